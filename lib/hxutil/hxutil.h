@@ -1,0 +1,14 @@
+// Our utility platform in one include.
+#ifndef HXUTIL_H
+#define HXUTIL_H
+
+#include "HXConfigure.h"
+#include "hx_containers.h"
+#include "hx_error.h"
+#include "hx_geodesy.h"
+#include "hx_names.h"
+#include "hx_pf.h"
+#include "hx_strings.h"
+#include "hx_time.h"
+
+#endif
