@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   cmake make g++ pkg-config
   qtbase5-dev
+  libmseed-dev
   libgtest-dev googletest
   clang libclang-rt-14-dev clang-format
   fonts-dejavu-core

@@ -4,11 +4,13 @@
 
 #include "HXConfigure.h"
 #include "hx_containers.h"
+#include "hx_db.h"
 #include "hx_error.h"
 #include "hx_geodesy.h"
 #include "hx_names.h"
 #include "hx_pf.h"
 #include "hx_strings.h"
 #include "hx_time.h"
+#include "hx_vector.h"
 
 #endif

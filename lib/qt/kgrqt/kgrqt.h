@@ -4,10 +4,28 @@
 
 #include "KGR.h"
 
+#include <QList>
+#include <QPointF>
 #include <QWidget>
+#include <QtGlobal>
 
 #include <cstdlib>
 #include <cstring>
+
+class QGridLayout;
+class QImage;
+class QPainter;
+class QPainterPath;
+class QPen;
+class QPixmap;
+class QResizeEvent;
+class KGRLayer;
+class KGRViewport;
+
+// Marks of the library: an unset bound or missing coordinate (also a break
+// in a line), and the point mapper's empty value.
+#define KGR_UNSET 2e30
+#define KGR_EMPTY (-900000000.0)
 
 // The option engine with the library's own option types "color" and "font".
 class KGRConfigure : public HXConfigure {
@@ -68,5 +86,399 @@ template <class Init> void kgrqt_construct(Init&& init, const char* initError)
         throw initError;
     }
 }
+
+// ------------------------------------------------------------- viewport
+
+// The pixel box of an item in its parent: left, top, right, bottom.
+struct Kgrheader {
+    int x1;
+    int y1;
+    int x2;
+    int y2;
+};
+
+// World-coordinate transforms of a viewport plane.
+enum { KGR_WTRAN_NONE = 0, KGR_WTRAN_EDP = 1, KGR_WTRAN_MERC = 2, KGR_WTRAN_GEOG = 3 };
+// Axis modes.
+enum { KGR_MODE_LIN = 0, KGR_MODE_LOG = 1, KGR_MODE_TIME = 2 };
+
+struct KgrviewportItem {
+    Kgrheader header;
+    int x, y;
+    int w, h;
+    int spc_w, spc_h;
+    int last_w, last_h;
+    int mleft, mright, mbottom, mtop;
+    int xoffset, yoffset;
+    int xgain_anchor, ygain_anchor;
+    double xgain, ygain;
+    KGR_EventCallbackProc* paint_callback_proc;
+    HX_ClientData paint_callback_clientdata;
+    int paint_stale;
+    QResizeEvent* resize_event;
+    KGR_Anchor anchor;
+    KGR_Color background;
+    KGR_Color background_frame;
+    double opacity;
+    double x0, y0;
+    double latr, lonr;
+    double bblatmin, bblatmax, bblonmin, bblonmax;
+    double xleft, xright, ybottom, ytop;
+    double spc_xleft, spc_xright, spc_ybottom, spc_ytop;
+    int preserve_xscale, preserve_yscale;
+    double constant_aspect;
+    int center_yscale;
+    int xmode, ymode;
+    int wtran;
+    double xmin, xmax, ymin, ymax;
+    char* name;
+    QWidget* parent;
+    KGRLayer* layer;
+};
+
+// A painter path with the transform its coordinates are in; np and sp say
+// whether the outline holds the north or south pole.
+struct KGRPolypointPath {
+    int wtran;
+    int np;
+    int sp;
+    QPainterPath* path;
+};
+
+class KGRViewport : public KGRConfigure, public QWidget {
+public:
+    explicit KGRViewport(QWidget* parent);
+    ~KGRViewport() override;
+
+    void init(QWidget* parent);
+    void registerItem(QWidget* item);
+    void setLayer(KGRLayer* layer);
+    int wcoords(double x, double y, double* wx, double* wy, int flag);
+    int pcoords(double wx, double wy, double* px, double* py, int flag);
+    int isInsideViewport(int x, int y);
+    void registerPaintCallback(KGR_EventCallbackProc* proc, void* clientdata);
+    void setPaintStale();
+    virtual void paintCallback();
+    void computeBB();
+    void computeMapBB();
+    void draw(QPainter& painter);
+    KGRPolypointPath* getWcoordsBB(int n);
+
+    KgrviewportItem viewport;
+    int debug = 0;
+    QGridLayout* layout = nullptr;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+};
+
+int kgrqt_viewport_set_viewport(const char* key, KgrviewportItem* item);
+void kgrqt_print_lineage(KGRViewport* vp, const char* prefix);
+void kgrqt_MessageOutput(QtMsgType type, const QMessageLogContext& context, const QString& msg);
+
+// ----------------------------------------------------------- transforms
+
+int kgrqt_get_scales(KgrviewportItem* vp, int* pw, int* ph, double* x1, double* x2, double* sx,
+                     double* y1, double* y2, double* sy);
+int kgrqt_get_pcoords(KgrviewportItem* vp, double wx, double wy, double* px, double* py, int noproj,
+                      int noscale);
+int kgrqt_get_wcoords(KgrviewportItem* vp, double px, double py, double* wx, double* wy, int noproj,
+                      int noscale);
+int kgrqt_translate_and_gain(KgrviewportItem* vp, double xoffset, double yoffset, int xanchor,
+                             int yanchor, double xgain, double ygain);
+
+// ---------------------------------------------------------------- layer
+
+struct KgrlayerItem {
+    QWidget* parent;
+    int stale;
+    double opacity;
+    QPixmap* pixmap;
+    QColor* mask_color;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+};
+
+class KGRLayer : public KGRConfigure, public QWidget {
+public:
+    explicit KGRLayer(KGRViewport* vp);
+    ~KGRLayer() override;
+
+    void init(KGRViewport* vp);
+    void setSize(int w, int h);
+    void setStale();
+    void maskColorTransparent();
+    void maskColorTransparent(QColor* color);
+    void draw(QPainter& painter);
+
+    KgrlayerItem layer;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// ---------------------------------------------------------- projections
+
+// The Mercator ordinate of a latitude, degrees, clamped to +-100000 at the
+// poles, and its inverse.
+double kgrqt_mercator_y(double lat);
+double kgrqt_mercator_lat(double y);
+
+// The equidistant projection about one reference point.
+class HXMapTransform {
+public:
+    HXMapTransform(double latr, double lonr);
+    void edpLatlon2delxy(double lat, double lon, double* delx, double* dely);
+    void edpDelxy2latlon(double delx, double dely, double* lat, double* lon);
+
+    double latr;
+    double lonr;
+    double clat;
+    double slat;
+};
+
+// Running state of longitude unwrapping along a sequence of points.
+class ViewportWrapLongitude {
+public:
+    explicit ViewportWrapLongitude(double lon);
+    double wrapLongitude(double lon);
+
+    double lon_last;
+    double offset;
+};
+
+void kgrqt_latlon2edp(double latr, double lonr, double lat, double lon, double* delx, double* dely);
+void kgrqt_latlon2edp2(double latr, double lonr, double lat, double lon, double* delx, double* dely,
+                       double* north);
+void kgrqt_edp2latlon(double latr, double lonr, double delx, double dely, double* lat, double* lon);
+void kgrqt_delbox2llbox(double xlatc, double xlonc, double xdelmn, double xdelmx, double ydelmn,
+                        double ydelmx, double* xlatmn, double* xlatmx, double* xlonmn,
+                        double* xlonmx);
+void viewport_limit_edp_bb(double* x, double* y);
+QPainterPath* kgrqt_wrap_longitudes(KgrviewportItem* viewport, int npts, double* lons, double* lats,
+                                    int np, int sp);
+
+// ------------------------------------------------------ point mapping
+
+class KGRScalemap {
+public:
+    static constexpr int disposition_noInput = -1;
+    static constexpr int disposition_notUsed = 0;
+    static constexpr int disposition_moveTo = 1;
+    static constexpr int disposition_lineTo = 2;
+
+    KGRScalemap(KgrviewportItem* viewport, int ignoretran);
+    ~KGRScalemap();
+    KGRScalemap(const KGRScalemap&) = delete;
+    KGRScalemap& operator=(const KGRScalemap&) = delete;
+
+    int pushPoint(double xpt, double ypt);
+    int popPoint(double* xscaled, double* yscaled);
+
+    KgrviewportItem* vp;
+    int wtran;
+    int w, h;
+    double xstart, xend, xscale;
+    double ystart, yend, yscale;
+    HXMapTransform* tran;
+    double xp_last, yp_last;
+    double xpt, ypt;
+    double xptp, yptp;
+    double xinput, yinput;
+    double xpts_last, ypts_last;
+    int start;
+    int ndelta;
+    int idelta;
+    double delx, dely;
+};
+
+class KGRPolyDraw {
+public:
+    KGRPolyDraw(KgrviewportItem* viewport, int ignoretran);
+    ~KGRPolyDraw();
+    KGRPolyDraw(const KGRPolyDraw&) = delete;
+    KGRPolyDraw& operator=(const KGRPolyDraw&) = delete;
+
+    QPainterPath* addPoints(QPainterPath* path, int npts, double* xpts, double* ypts, int start,
+                            int subtract);
+
+    KGRScalemap* smap;
+    int w, h;
+    double x_last, y_last;
+    int ret_last;
+    int zone_last;
+    int first;
+};
+
+// ------------------------------------------------------- segment buffer
+
+int kgrqt_buffer_draws(QPainter& painter, int fill, int flush, KgrviewportItem* vp, int w, int h,
+                       double fx1, double fy1, double fx2, double fy2, int debug);
+int kgrqt_buffer_qtdraws(QPainter& painter, int fill, int flush, KgrviewportItem* vp, double x1,
+                         double y1, double x2, double y2, int debug);
+int kgrqt_set_fpoints(int fnpts, int* fpoints_size, QPointF** fpoints);
+int kgrqt_poly_draw(QPainter& painter, KgrviewportItem* viewport, int npts, double* xpts,
+                    double* ypts, int fill, int complete, int ignoretran);
+
+// ---------------------------------------------- pens, brushes, hit tests
+
+int kgrqt_setup_line(QPainter* painter, QColor* color, int linewidth, int linestyle, int joinstyle);
+int kgrqt_setup_fill(QPainter* painter, QColor* color);
+
+// A symbol drawn by a point item, in pixels.
+struct KgrpolypointPointPath {
+    int ipt;
+    int xpixel;
+    int ypixel;
+    QPainterPath* path;
+};
+
+class KgrqtPolypointDistance {
+public:
+    KgrqtPolypointDistance(QList<KgrpolypointPointPath>* paths, int x, int y);
+    double distance(int ipt);
+
+    QList<KgrpolypointPointPath>* paths;
+    double xc, yc;
+    int x = 0, y = 0;
+};
+
+class KgrqtPolypointDistanceCompare {
+public:
+    explicit KgrqtPolypointDistanceCompare(KgrqtPolypointDistance* ppdist);
+    bool operator()(int ipt1, int ipt2);
+
+    KgrqtPolypointDistance* ppdist;
+};
+
+int kgrqt_findclosest_polypoint(QList<KgrpolypointPointPath>* paths, int x, int y, int* imin,
+                                double* dmin, int* inside);
+QList<int>* kgrqt_findinside_polypoint(QList<KgrpolypointPointPath>* paths, int x, int y);
+
+// ------------------------------------------------------------- polyline
+
+struct KgrpolylineItem {
+    Kgrheader header;
+    QWidget* parent;
+    KGR_Color fill;
+    KGR_Color outline;
+    int linewidth;
+    int linestyle;
+    double xmin, xmax, ymin, ymax;
+    char* label;
+    int npts;
+    double* xpts;
+    double* ypts;
+    int xpts_size, ypts_size;
+    char* vechandle;
+    char* thandle;
+    Dbptr tr;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+class KGRPolyline : public KGRConfigure, public QWidget {
+public:
+    explicit KGRPolyline(KGRViewport* viewport);
+    ~KGRPolyline() override;
+
+    void init(KGRViewport* viewport);
+    void setLayer(KGRLayer* layer);
+    void draw(QPainter& painter);
+
+    KgrpolylineItem polyline;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// --------------------------------------------------------------- picker
+
+struct KgrpickerItem {
+    QWidget* parent;
+    int crosshairs;
+    KGR_Color crosshairs_color;
+    KGR_Color crosshairs2_color;
+    int last_mouse_x;
+    int last_mouse_y;
+    int left_window;
+    QPen* crosshairs_pen;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+class KGRPicker : public KGRConfigure, public QWidget {
+public:
+    explicit KGRPicker(KGRViewport* viewport);
+    ~KGRPicker() override;
+
+    void init(KGRViewport* viewport);
+    void bind(const char* event, KGR_EventCallbackProc* proc, void* clientdata);
+    void unbind(const char* event, KGR_EventCallbackProc* proc, void* clientdata);
+    void setDefaultCursor();
+    void draw(QPainter& painter);
+    virtual int eventCallback(QEvent* event);
+
+    KgrpickerItem picker;
+    int debug = 0;
+    char* class_name = nullptr;
+    KGR_Binding* bindings = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void enterEvent(QEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+};
+
+// ----------------------------------------------------------------- logo
+
+struct KgrlogoItem {
+    QWidget* parent;
+    int stale;
+    double opacity;
+    QImage* logo_image;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+class KGRLogo : public KGRConfigure, public QWidget {
+public:
+    explicit KGRLogo(KGRViewport* viewport);
+    ~KGRLogo() override;
+
+    void init(KGRViewport* viewport);
+    void setLayer(KGRLayer* layer);
+    void draw(QPainter& painter);
+
+    KgrlogoItem logo;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// The library's logo, 75 x 19 pixels, made once and shared.
+QImage* kgrqt_get_logo();
 
 #endif
