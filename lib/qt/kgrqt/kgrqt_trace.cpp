@@ -43,11 +43,24 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <unordered_map>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
+
+// Thread CPU time in milliseconds, for the phase timings of the stats.
+double cpuMs()
+{
+    timespec t;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return t.tv_sec * 1e3 + t.tv_nsec / 1e6;
+}
 
 KgrqtTraceTuning g_tuning;
 KgrqtTraceStats g_stats;
@@ -78,6 +91,8 @@ inline int toF26Dot6(double v)
 // Qt's 16.16 quotient of two 26.6 differences.
 inline int fixedDiv16(int x, int y)
 {
+    if (x == 0)
+        return 0; // the common case of a dense trace, without a division
     if (std::abs(x) > 0x7fff)
         return static_cast<int>(static_cast<long long>(x) * 65536 / y);
     return x * 65536 / y;
@@ -519,9 +534,6 @@ public:
         subpathSegments = 0;
     }
 
-    // Device x where the waiting segment starts, or -inf.
-    double pendingStartX() const { return pending ? view->devX(pendX1) : -HUGE_VAL; }
-
 private:
     void strokePending(int endCaps)
     {
@@ -633,13 +645,12 @@ private:
 
 // --------------------------------------------------------------- summary
 
-enum NodeFlags { kFlatStep = 1, kBadPoint = 2 };
-
-// One run of points [s, e] of the summary (e is the first point of the next
-// run): y range over s+1..e, smallest non-zero |step| in y, flags.
+// One run of points [s, e] of the summary (e is also the first point of the
+// next run): the range of y over s+1..e, and whether any point in s..e
+// breaks the line.
 struct SummaryNode {
-    double ylo, yhi, dymin;
-    unsigned char flags;
+    double ylo, yhi;
+    bool bad;
 };
 
 const int kLeafPoints = 32;
@@ -649,7 +660,7 @@ public:
     int n = 0;
     const double* x = nullptr;
     const double* y = nullptr;
-    bool qualifies = false;                        // sorted x, no huge values, not mostly breaks
+    bool qualifies = false; // x non-decreasing, no huge values, not mostly breaks
     double xmin = 0, xmax = 0, ymin = 0, ymax = 0; // over valid points
     std::vector<int> runFirst, runLast;            // valid points between breaks
     std::vector<std::vector<SummaryNode>> levels;
@@ -661,6 +672,20 @@ public:
     bool valid(int i) const { return valid(x[i], y[i]); }
 
     int nodeStart(int level, int k) const { return k * (kLeafPoints << level); }
+
+    // Whether the leaf holding point i (its first point, where i starts
+    // one) holds a break.
+    bool leafBad(int i) const
+    {
+        size_t k = static_cast<size_t>(std::min(i, n - 2) / kLeafPoints);
+        return levels[0][k].bad || (i % kLeafPoints == 0 && i > 0 && levels[0][k - 1].bad);
+    }
+
+    // x and y at a node end (a multiple of the leaf size, or the last
+    // point), and y just after it.
+    double edgeX(int i) const { return edgeX_[edge(i)]; }
+    double edgeY(int i) const { return edgeY_[edge(i)]; }
+    double edgeYNext(int i) const { return edgeYNext_[edge(i)]; }
     int nodeEnd(int level, int k) const
     {
         return std::min((k + 1) * (kLeafPoints << level), n - 1);
@@ -671,56 +696,152 @@ public:
         n = npts;
         x = xp;
         y = yp;
-        qualifies = scan() && n >= 2;
-        if (qualifies)
-            buildLevels();
+        if (n < 2)
+            return;
+        buildLeaves();
+        qualifies = sorted_ && sane_ && any_ && runFirst.size() <= static_cast<size_t>(n / 8 + 1);
+        if (!qualifies)
+            return;
+        buildLevels();
     }
 
 private:
-    // One pass over the points: validity, order, ranges and runs.
-    bool scan()
+    bool sorted_ = true, sane_ = true, any_ = false;
+    std::vector<double> edgeX_, edgeY_, edgeYNext_;
+
+    size_t edge(int i) const
     {
-        bool sorted = true, sane = true, any = false;
-        double lastX = -HUGE_VAL;
-        int run = -1;
-        for (int i = 0; i < n; ++i) {
-            double xv = x[i], yv = y[i];
-            if (!valid(xv, yv)) {
-                if (run >= 0) {
-                    runFirst.push_back(run);
-                    runLast.push_back(i - 1);
-                    run = -1;
-                }
-                continue;
+        return i == n - 1 ? edgeX_.size() - 1 : static_cast<size_t>(i / kLeafPoints);
+    }
+    double lastX_ = -HUGE_VAL;
+    int run_ = -1;
+
+    // A point the quick loop accepts: a value the library can use.
+    static bool plain(double xv, double yv)
+    {
+        return std::fabs(xv) <= 1e150 && std::fabs(yv) <= 1e150 && xv != KGR_UNSET &&
+               yv != KGR_UNSET;
+    }
+
+    // One pass over the points: the leaves, and the order, ranges and runs
+    // of the whole line.
+    void buildLeaves()
+    {
+        int leaves = (n - 1 + kLeafPoints - 1) / kLeafPoints;
+        levels.assign(1, std::vector<SummaryNode>(static_cast<size_t>(leaves)));
+        slowPoint(0);
+        bool firstPlain = plain(x[0], y[0]);
+        edgeX_.reserve(static_cast<size_t>(leaves) + 1);
+        edgeY_.reserve(static_cast<size_t>(leaves) + 1);
+        edgeYNext_.reserve(static_cast<size_t>(leaves) + 1);
+        for (int k = 0; k < leaves; ++k) {
+            int s = nodeStart(0, k), e = nodeEnd(0, k);
+            keepEdge(s);
+            SummaryNode& nd = levels[0][k];
+            bool ok = true, up = true;
+            scanLeaf(s, e, &nd.ylo, &nd.yhi, &ok, &up);
+            if (ok && firstPlain && run_ >= 0) {
+                sorted_ &= up;
+                lastX_ = x[e];
+                nd.bad = false;
+                any_ = true;
+                ymin = std::min(ymin, nd.ylo);
+                ymax = std::max(ymax, nd.yhi);
+            } else {
+                nd.bad = !firstPlain || !ok;
+                for (int i = s + 1; i <= e; ++i)
+                    slowPoint(i);
             }
-            if (run < 0)
-                run = i;
-            sane &= usable(xv) && usable(yv);
-            sorted &= xv >= lastX;
-            lastX = xv;
-            if (!any) {
-                xmin = xmax = xv;
-                ymin = ymax = yv;
-                any = true;
-            }
-            xmax = xv;
-            ymin = std::min(ymin, yv);
-            ymax = std::max(ymax, yv);
+            firstPlain = plain(x[e], y[e]);
         }
-        if (run >= 0) {
-            runFirst.push_back(run);
+        if (run_ >= 0) {
+            runFirst.push_back(run_);
             runLast.push_back(n - 1);
         }
-        return sorted && sane && any && runFirst.size() <= static_cast<size_t>(n / 8 + 1);
+        xmax = lastX_;
+        keepEdge(n - 1);
+    }
+
+    void keepEdge(int i)
+    {
+        edgeX_.push_back(x[i]);
+        edgeY_.push_back(y[i]);
+        edgeYNext_.push_back(i + 1 < n ? y[i + 1] : y[i]);
+    }
+
+    // Range of y over s+1..e, whether all those points are plain and
+    // whether x never decreases over s..e. NaNs spoil the range, but then
+    // the points are not plain either.
+    void scanLeaf(int s, int e, double* ylo, double* yhi, bool* ok, bool* up) const
+    {
+        int i = s + 1;
+        double lo = y[i], hi = y[i];
+        bool good = true, grows = true;
+#if defined(__SSE2__)
+        const __m128d absMask = _mm_castsi128_pd(_mm_set1_epi64x(0x7fffffffffffffffLL));
+        const __m128d limit = _mm_set1_pd(1e150), unset = _mm_set1_pd(KGR_UNSET);
+        const __m128d allSet = _mm_castsi128_pd(_mm_set1_epi32(-1));
+        __m128d lo2 = _mm_set1_pd(lo), hi2 = lo2, bad2 = _mm_setzero_pd(), down2 = bad2;
+        for (; i + 1 <= e; i += 2) {
+            __m128d xv = _mm_loadu_pd(x + i), yv = _mm_loadu_pd(y + i);
+            __m128d xp = _mm_loadu_pd(x + i - 1);
+            lo2 = _mm_min_pd(lo2, yv);
+            hi2 = _mm_max_pd(hi2, yv);
+            __m128d fine = _mm_and_pd(_mm_cmple_pd(_mm_and_pd(xv, absMask), limit),
+                                      _mm_cmple_pd(_mm_and_pd(yv, absMask), limit));
+            __m128d marks = _mm_or_pd(_mm_cmpeq_pd(xv, unset), _mm_cmpeq_pd(yv, unset));
+            bad2 = _mm_or_pd(bad2, _mm_or_pd(marks, _mm_andnot_pd(fine, allSet)));
+            down2 = _mm_or_pd(down2, _mm_cmplt_pd(xv, xp));
+        }
+        double l[2], h[2];
+        _mm_storeu_pd(l, lo2);
+        _mm_storeu_pd(h, hi2);
+        lo = std::min(l[0], l[1]);
+        hi = std::max(h[0], h[1]);
+        good = _mm_movemask_pd(bad2) == 0;
+        grows = _mm_movemask_pd(down2) == 0;
+#endif
+        for (; i <= e; ++i) {
+            double xv = x[i], yv = y[i];
+            lo = std::min(lo, yv);
+            hi = std::max(hi, yv);
+            good &= plain(xv, yv);
+            grows &= xv >= x[i - 1];
+        }
+        *ylo = lo;
+        *yhi = hi;
+        *ok = good;
+        *up = grows;
+    }
+
+    // Bookkeeping of one point outside the quick loop.
+    void slowPoint(int i)
+    {
+        double xv = x[i], yv = y[i];
+        if (!valid(xv, yv)) {
+            if (run_ >= 0) {
+                runFirst.push_back(run_);
+                runLast.push_back(i - 1);
+                run_ = -1;
+            }
+            return;
+        }
+        if (run_ < 0)
+            run_ = i;
+        sane_ &= usable(xv) && usable(yv);
+        sorted_ &= xv >= lastX_;
+        lastX_ = xv;
+        if (!any_) {
+            xmin = xv;
+            ymin = ymax = yv;
+            any_ = true;
+        }
+        ymin = std::min(ymin, yv);
+        ymax = std::max(ymax, yv);
     }
 
     void buildLevels()
     {
-        int leaves = (n - 1 + kLeafPoints - 1) / kLeafPoints;
-        levels.clear();
-        levels.emplace_back(static_cast<size_t>(leaves));
-        for (int k = 0; k < leaves; ++k)
-            levels[0][k] = leafNode(nodeStart(0, k), nodeEnd(0, k));
         while (levels.back().size() > 1) {
             const std::vector<SummaryNode>& below = levels.back();
             std::vector<SummaryNode> above((below.size() + 1) / 2);
@@ -730,35 +851,12 @@ private:
                     const SummaryNode& b = below[2 * k + 1];
                     a.ylo = std::min(a.ylo, b.ylo);
                     a.yhi = std::max(a.yhi, b.yhi);
-                    a.dymin = std::min(a.dymin, b.dymin);
-                    a.flags |= b.flags;
+                    a.bad |= b.bad;
                 }
                 above[k] = a;
             }
             levels.push_back(std::move(above));
         }
-    }
-
-    SummaryNode leafNode(int s, int e) const
-    {
-        SummaryNode nd{HUGE_VAL, -HUGE_VAL, HUGE_VAL, 0};
-        bool bad = !valid(s);
-        double prev = y[s];
-        for (int i = s + 1; i <= e; ++i) {
-            double yv = y[i];
-            bad |= !valid(x[i], yv);
-            nd.ylo = std::min(nd.ylo, yv);
-            nd.yhi = std::max(nd.yhi, yv);
-            double d = std::fabs(yv - prev);
-            if (d == 0)
-                nd.flags |= kFlatStep;
-            else if (d < nd.dymin)
-                nd.dymin = d;
-            prev = yv;
-        }
-        if (bad)
-            nd.flags |= kBadPoint;
-        return nd;
     }
 };
 
@@ -789,24 +887,59 @@ TraceSummary* summaryFor(const KgrpolylineItem* item)
 
 // What one summary node is known to draw in the current view.
 struct Certificate {
-    bool safe = false; // every pixel it draws lies in column col, rows envLo..envHi
-    bool core = false; // and it draws every row coreLo..coreHi but coreSkip
-    int col = 0, envLo = 0, envHi = 0, coreLo = 0, coreHi = -1, coreSkip = INT_MIN;
+    bool safe = false; // its segments but the risky ones draw in column col, rows
+                       // envLo..envHi only
+    bool core = false; // and draw every row coreLo..coreHi of it but the holes
+    int col = 0, envLo = 0, envHi = 0, coreLo = 0, coreHi = -1;
+    int holes = 0, holeLo[4], holeHi[4];
+    int risky = 0, riskyAt[4]; // segments (i, i + 1) to stroke one by one
+
+    void addHole(int lo, int hi)
+    {
+        if (holes == 4) {
+            core = false;
+            return;
+        }
+        holeLo[holes] = lo;
+        holeHi[holes++] = hi;
+    }
 };
 
-// A node qualifies only inside a line (its neighbours are real points, so
-// neither end of a subpath with its caps falls inside it), with all its
-// points in the plotting area and the stroker's clip, in one pixel column.
+// Whether points i and j of the data lie far apart on the path.
+bool farFromPath(const TraceView& v, const double* x, const double* y, int i, int j)
+{
+    return farApart(v.pathX(v.fx(x[i])), v.pathX(v.fx(x[j]))) ||
+           farApart(v.pathY(v.fy(y[i])), v.pathY(v.fy(y[j])));
+}
+
+// Nodes spanning more fixed-point x steps than this are split instead.
+const int kMaxXSteps = 16;
+
+// Certifies a node [s, e] (see the top of the file). It must lie inside a
+// line (its neighbours are real points, so no end of a subpath with its caps
+// falls inside it), with all its points in the plotting area and in the
+// stroker's clip, in one pixel column. As x only grows, a segment of the
+// node moves in fixed-point x only where it crosses one of the few 1/64
+// pixel steps between its ends; every other segment is a vertical line in
+// the column, or draws nothing. The crossing segments are found and looked
+// at one by one: a steep one whose pixels may leave the column, or a flat
+// one that may draw, is "risky" and is stroked on its own; a flat one that
+// draws nothing leaves the rows it passes out of the core.
 Certificate certify(const TraceSummary& sum, const TraceView& v, const SummaryNode& nd, int s,
-                    int e, double yErrorPx)
+                    int e)
 {
     Certificate c;
-    if ((nd.flags & kBadPoint) || s < 1 || e + 1 >= sum.n || !sum.valid(s - 1) || !sum.valid(e + 1))
+    // The leaves before and after must be whole (a leaf holding a break
+    // rules a neighbour out even where the break lies further away).
+    if (nd.bad || s < 1 || e + 1 >= sum.n || sum.leafBad(s - 1) || sum.leafBad(e + 1))
         return c;
     const double* x = sum.x;
     const double* y = sum.y;
-    double ylo = std::min(nd.ylo, y[s]), yhi = std::max(nd.yhi, y[s]);
-    double fx0 = v.fx(x[s]), fx1 = v.fx(x[e]), fy0 = v.fy(ylo), fy1 = v.fy(yhi);
+    // Values at node ends come from the summary's own copies, which are in
+    // the cache far more often than the data.
+    double xs = sum.edgeX(s), xe = sum.edgeX(e), ys = sum.edgeY(s);
+    double ylo = std::min(nd.ylo, ys), yhi = std::max(nd.yhi, ys);
+    double fx0 = v.fx(xs), fx1 = v.fx(xe), fy0 = v.fy(ylo), fy1 = v.fy(yhi);
     if (std::min(fx0, fx1) < 0 || std::max(fx0, fx1) > 1 || std::min(fy0, fy1) < 0 ||
         std::max(fy0, fy1) > 1)
         return c;
@@ -815,46 +948,87 @@ Certificate certify(const TraceSummary& sum, const TraceView& v, const SummaryNo
     if (std::min(dx0, dx1) < v.clipX0 || std::max(dx0, dx1) > v.clipX1 ||
         std::min(dy0, dy1) < v.clipY0 || std::max(dy0, dy1) > v.clipY1)
         return c;
-    int fxa = toF26Dot6(dx0), fxb = toF26Dot6(dx1);
-    int fxLo = std::min(fxa, fxb), fxHi = std::max(fxa, fxb);
-    int fya = toF26Dot6(dy0), fyb = toF26Dot6(dy1);
-    int fyLo = std::min(fya, fyb), fyHi = std::max(fya, fyb);
+    int fxLo = toF26Dot6(dx0), fxHi = toF26Dot6(dx1);
     int col = fxLo >> 6;
-    if ((fxHi >> 6) != col)
+    if ((fxHi >> 6) != col || fxHi - fxLo > kMaxXSteps)
         return c;
-    int dxMax = fxHi - fxLo;
-    bool allVertical = true; // every segment with a y step is stroked vertically
-    double slope = 0;        // bound on |dx/dy| over vertical segments
-    if (dxMax > 0) {
-        double stepPx = nd.dymin * std::fabs(v.yscale * v.h) * (1 - 1e-12) - 2 * yErrorPx;
-        double dLow = nd.dymin == HUGE_VAL ? HUGE_VAL : std::floor(64 * stepPx) - 2;
-        allVertical = dLow > dxMax;
-        slope = double(dxMax) / std::max(double(dxMax) + 1, allVertical ? dLow : 1.0);
-        // Flat steps, and steps that may be stroked horizontally, draw
-        // nothing only where they cannot cross the middle of the column.
-        bool oneHalf = fxHi < 64 * col + 32 || fxLo >= 64 * col + 32;
-        if (!oneHalf && (!allVertical || (nd.flags & kFlatStep)))
-            return c;
+    c.core = true;
+    // Where x growing evenly would put each crossing; the data there is
+    // fetched for all of them at once, as it is seldom in the cache.
+    int guesses[kMaxXSteps];
+    for (int k = 0; k < fxHi - fxLo; ++k) {
+        guesses[k] =
+            s + static_cast<int>(static_cast<long long>(e - s) * (k + 1) / (fxHi - fxLo + 1));
+        __builtin_prefetch(x + guesses[k]);
+        __builtin_prefetch(y + guesses[k]);
     }
-    // Room for caps, inserted pixels and half-step shifts of a vertical line.
-    int slack = dxMax == 0 ? 0 : static_cast<int>(std::ceil(3 * 64 * slope)) + 2;
-    if (fxLo - slack < 64 * col || fxHi + slack > 64 * col + 63)
-        return c;
+    int from = s;
+    for (int step = fxLo + 1; step <= fxHi;) {
+        // The segment (lo, lo + 1) that crosses into x step "step": a walk
+        // from the guess, then halving if the guess was far off.
+        int lo = from, hi = e;
+        int g = std::max(lo, std::min(hi, guesses[step - fxLo - 1]));
+        for (int walk = 0; walk < 8 && hi - lo > 1; ++walk) {
+            if (v.fixedX(x[g]) < step) {
+                lo = g;
+                g = std::min(g + 1, hi);
+            } else {
+                hi = g;
+                g = std::max(g - 1, lo);
+            }
+        }
+        while (hi - lo > 1) {
+            int mid = lo + (hi - lo) / 2;
+            (v.fixedX(x[mid]) < step ? lo : hi) = mid;
+        }
+        from = hi;
+        int x1 = v.fixedX(x[lo]), x2 = v.fixedX(x[hi]);
+        int y1 = v.fixedY(y[lo]), y2 = v.fixedY(y[hi]);
+        // Points a step apart in fixed point are far apart; nearer ones may
+        // be dropped by the path as repeats, which joins other points.
+        int x0 = v.fixedX(x[lo - 1]), y0 = v.fixedY(y[lo - 1]);
+        if (!(x2 - x1 >= 2 || std::abs(y2 - y1) >= 2 || farFromPath(v, x, y, lo, hi)) ||
+            !(x1 - x0 >= 2 || std::abs(y1 - y0) >= 2 || farFromPath(v, x, y, lo - 1, lo)))
+            return Certificate();
+        int dy = std::abs(y2 - y1), yTop = std::min(y1, y2), yBottom = std::max(y1, y2);
+        bool risky;
+        if (x2 - x1 < dy) {
+            // Caps, inserted pixels and half steps shift a steep line's
+            // pixels by less than three steps of it beyond its ends.
+            int inc = fixedDiv16(y1 < y2 ? x2 - x1 : x1 - x2, dy);
+            int reach = 3 * std::abs(inc) + 8;
+            risky = ((x1 * 1024 - reach) >> 16) != col || ((x2 * 1024 + reach) >> 16) != col;
+        } else {
+            risky = ((x1 + 32) >> 6) != ((x2 + 32) >> 6);
+            // Drawing nothing, it may pass a row centre that no line draws.
+            if (!risky && ((yTop + 32) >> 6) != ((yBottom + 32) >> 6))
+                c.addHole(yTop >> 6, (yBottom >> 6) + 1);
+        }
+        if (risky) {
+            if (c.risky == 4)
+                return Certificate();
+            c.riskyAt[c.risky++] = lo;
+            // Its rows may be drawn beside the column, or not at all.
+            c.addHole((yTop >> 6) - 1, (yBottom >> 6) + 1);
+        }
+        step = x2 + 1;
+    }
+    int fya = v.fixedY(ylo), fyb = v.fixedY(yhi);
     c.safe = true;
     c.col = col;
-    c.envLo = (fyLo >> 6) - 1;
-    c.envHi = (fyHi >> 6) + 1;
-    if (!allVertical)
+    c.envLo = (std::min(fya, fyb) >> 6) - 1;
+    c.envHi = (std::max(fya, fyb) >> 6) + 1;
+    if (!c.core)
         return c;
     // Rows whose centres the points after the first pass through.
     int fca = v.fixedY(nd.ylo), fcb = v.fixedY(nd.yhi);
     int fcLo = std::min(fca, fcb), fcHi = std::max(fca, fcb);
-    c.core = true;
     c.coreLo = floorDiv(fcLo - 31, 64) + 1;
     c.coreHi = floorDiv(fcHi - 33, 64);
     // The first line drawn in the node may lose its first row to the
     // stroker's round-back rule; that row is left to others.
-    c.coreSkip = (v.fixedY(y[s + 1]) + 32) >> 6;
+    int first = (v.fixedY(sum.edgeYNext(s)) + 32) >> 6;
+    c.addHole(first, first);
     return c;
 }
 
@@ -923,9 +1097,7 @@ public:
         mapper_.xs = sum.x;
         mapper_.ys = sum.y;
         mapper_.path = &path_;
-        // Bound on the rounding of a device y, for steps measured in data.
-        double big = std::max(std::fabs(sum.ymin), std::fabs(sum.ymax)) + std::fabs(v_.ystart);
-        yErrorPx_ = 8e-16 * (big * std::fabs(v_.yscale * v_.h) + std::fabs(v_.ty) + v_.h + 1);
+        stopPathX_ = v_.plot.right() + 4.0 - v_.tx;
     }
 
     // False when the fast path cannot promise the normal path's picture.
@@ -936,13 +1108,16 @@ public:
         int begin = std::min(firstIndexRightOf(v_.plot.left() - 3.0), sum_.n - 1);
         int end = std::min(firstIndexRightOf(v_.plot.right() + 5.0), sum_.n - 1);
         leadIn(begin);
+        double t0 = cpuMs();
         if (skipping && end > begin) {
             for (int k = 0; k < levelCount(topLevel()); ++k)
-                addCores(topLevel(), k, begin, end);
-            for (int k = 0; k < levelCount(topLevel()); ++k)
-                plan(topLevel(), k, begin, end);
+                collect(topLevel(), k, begin, end);
+            for (const Candidate& c : candidates_)
+                plan(c.level, c.k, c.cert);
         }
         planEmulate(begin, end);
+        double t1 = cpuMs();
+        g_stats.ms_plan = t1 - t0;
         for (const Item& item : items_) {
             if (done_)
                 break;
@@ -956,6 +1131,7 @@ public:
             mapper_.finish();
             path_.finishSubpath();
         }
+        g_stats.ms_stroke = cpuMs() - t1;
         return !path_.closedSubpath;
     }
 
@@ -973,6 +1149,11 @@ private:
         bool skip;
         int s, e;
     };
+    // A node to skip if its pixels turn out to be drawn by others.
+    struct Candidate {
+        int level, k;
+        Certificate cert;
+    };
 
     const TraceSummary& sum_;
     TraceView v_;
@@ -980,8 +1161,9 @@ private:
     PathStroker path_;
     PolyMapper mapper_;
     std::vector<Item> items_;
-    double yErrorPx_ = 0;
-    int fed_ = -1; // last point fed to the mapper
+    std::vector<Candidate> candidates_;
+    int fed_ = -1;         // last point fed to the mapper
+    double stopPathX_ = 0; // path x beyond which nothing can show
     bool done_ = false;
 
     int topLevel() const { return static_cast<int>(sum_.levels.size()) - 1; }
@@ -1149,6 +1331,27 @@ private:
         return before >= 0 && farFrom(j, before);
     }
 
+    // restartNear for a run of certified nodes, whose points all become
+    // elements as they are fed.
+    bool restartInside(int e, int floor)
+    {
+        double x0 = pathX(e), y0 = pathY(e), x1 = pathX(e - 1), y1 = pathY(e - 1);
+        for (int cur = e; cur - 2 >= floor; --cur) {
+            double x2 = pathX(cur - 2), y2 = pathY(cur - 2);
+            StrokerState state;
+            if ((farApart(x0, x1) || farApart(y0, y1)) && (farApart(x1, x2) || farApart(y1, y2)) &&
+                anchorState(v_, v_.devX(x1), v_.devY(y1), v_.devX(x0), v_.devY(y0), &state)) {
+                restartAt(cur, state, true);
+                return true;
+            }
+            x0 = x1;
+            y0 = y1;
+            x1 = x2;
+            y1 = y2;
+        }
+        return false;
+    }
+
     // Sets up the state before the first point that can draw in view.
     void leadIn(int begin)
     {
@@ -1193,7 +1396,7 @@ private:
             ++stroked;
             // Everything after a segment that starts right of the plotting
             // area (x only grows) is out of sight.
-            if (path_.pendingStartX() > v_.plot.right() + 3.0)
+            if (path_.pending && path_.pendX1 > stopPathX_)
                 done_ = true;
         }
     }
@@ -1216,7 +1419,7 @@ private:
             if (e > limit)
                 break;
             const SummaryNode& nd = sum_.levels[level][k];
-            if ((nd.flags & kBadPoint) || !valid(i))
+            if (nd.bad || !valid(i))
                 break;
             double ylo = std::min(nd.ylo, sum_.y[i]), yhi = std::max(nd.yhi, sum_.y[i]);
             int zx0 = band(v_.fx(sum_.x[i])), zx1 = band(v_.fx(sum_.x[e]));
@@ -1233,50 +1436,106 @@ private:
     Certificate certificate(int level, int k) const
     {
         return certify(sum_, v_, sum_.levels[level][k], sum_.nodeStart(level, k),
-                       sum_.nodeEnd(level, k), yErrorPx_);
+                       sum_.nodeEnd(level, k));
     }
 
-    // Marks the rows that certified nodes are known to draw.
-    void addCores(int level, int k, int begin, int end)
+    void addCore(const Certificate& c)
     {
-        int s = sum_.nodeStart(level, k), e = sum_.nodeEnd(level, k);
-        if (e < begin || s > end)
-            return;
-        Certificate c = certificate(level, k);
-        if (c.core) {
-            if (c.coreSkip < c.coreLo || c.coreSkip > c.coreHi) {
-                certain_.setRun(c.col, c.coreLo, c.coreHi);
-            } else {
-                certain_.setRun(c.col, c.coreLo, c.coreSkip - 1);
-                certain_.setRun(c.col, c.coreSkip + 1, c.coreHi);
+        // The core row by row range, around the holes.
+        int from = c.coreLo;
+        while (from <= c.coreHi) {
+            int to = c.coreHi;
+            for (int h = 0; h < c.holes; ++h) {
+                if (c.holeLo[h] <= from && from <= c.holeHi[h]) {
+                    from = c.holeHi[h] + 1;
+                    to = from - 1; // look again from past the hole
+                    break;
+                }
+                if (c.holeLo[h] > from)
+                    to = std::min(to, c.holeLo[h] - 1);
             }
-            return;
+            if (to >= from) {
+                certain_.setRun(c.col, from, to);
+                from = to + 1;
+            }
         }
-        if (level == 0)
-            return;
-        addCores(level - 1, 2 * k, begin, end);
-        if (2 * k + 1 < levelCount(level - 1))
-            addCores(level - 1, 2 * k + 1, begin, end);
     }
 
-    // Lists the nodes whose pixels the cores already hold.
-    void plan(int level, int k, int begin, int end)
+    // Finds the largest certified nodes inside [begin, end] and marks the
+    // rows they are known to draw.
+    void collect(int level, int k, int begin, int end)
     {
         int s = sum_.nodeStart(level, k), e = sum_.nodeEnd(level, k);
         if (e < begin || s > end)
             return;
         if (s >= begin && e <= end) {
             Certificate c = certificate(level, k);
-            if (c.safe && certain_.hasRun(c.col, c.envLo, c.envHi)) {
-                items_.push_back({true, s, e});
+            if (c.safe) {
+                candidates_.push_back({level, k, c});
+                if (c.core)
+                    addCore(c);
+                else
+                    collectCores(level, k);
                 return;
             }
         }
+        forChildren(level, k, [&](int child) { collect(level - 1, child, begin, end); });
+    }
+
+    // Cores of certified nodes under a node that is certified without one.
+    void collectCores(int level, int k)
+    {
+        forChildren(level, k, [&](int child) {
+            Certificate c = certificate(level - 1, child);
+            if (c.core)
+                addCore(c);
+            else
+                collectCores(level - 1, child);
+        });
+    }
+
+    template <class F> void forChildren(int level, int k, F f)
+    {
         if (level == 0)
             return;
-        plan(level - 1, 2 * k, begin, end);
+        f(2 * k);
         if (2 * k + 1 < levelCount(level - 1))
-            plan(level - 1, 2 * k + 1, begin, end);
+            f(2 * k + 1);
+    }
+
+    // Skips a certified node whose rows the cores already hold, else looks
+    // at its parts.
+    bool covered(const Certificate& c) const
+    {
+        return c.safe && certain_.hasRun(c.col, c.envLo, c.envHi);
+    }
+
+    void skipItem(int s, int e)
+    {
+        if (e <= s)
+            return;
+        if (!items_.empty() && items_.back().skip && items_.back().e == s)
+            items_.back().e = e; // one run of skipped nodes
+        else
+            items_.push_back({true, s, e});
+    }
+
+    // Skips a certified node whose rows the cores already hold, but for its
+    // risky segments, else looks at its parts.
+    void plan(int level, int k, const Certificate& c)
+    {
+        int s = sum_.nodeStart(level, k), e = sum_.nodeEnd(level, k);
+        if (covered(c)) {
+            int at = s;
+            for (int r = 0; r < c.risky; ++r) {
+                skipItem(at, c.riskyAt[r]);
+                at = std::max(at, std::min(c.riskyAt[r] + 2, e));
+            }
+            skipItem(at, e);
+            return;
+        }
+        forChildren(level, k,
+                    [&](int child) { plan(level - 1, child, certificate(level - 1, child)); });
     }
 
     // Fills the gaps between skipped nodes with points to stroke.
@@ -1304,7 +1563,7 @@ private:
         // The segment into s is the previous item's: stroke it before the
         // restart drops what waits.
         feedTo(s + 1);
-        if (done_ || !restartNear(e, s + 1)) {
+        if (done_ || !restartInside(e, s + 1)) {
             feedTo(e);
             return;
         }
@@ -1403,12 +1662,16 @@ bool kgrqt_trace_draw(QPainter& painter, KgrpolylineItem* item, int pw, int ph)
     painter.translate(vp->mleft, vp->mtop);
     bool drawn = false;
     if (painterQualifies(painter)) {
+        double t0 = cpuMs();
         TraceSummary* summary = summaryFor(item);
+        g_stats.ms_summary = cpuMs() - t0;
         TraceView view = viewFor(vp, painter, pw, ph);
         if (summary->qualifies && !view.plot.isEmpty() && view.w == pw && view.h == ph) {
             TraceRun run(*summary, view, painter.pen().capStyle() != Qt::FlatCap);
             if (run.draw(g_tuning.skipping)) {
+                double t1 = cpuMs();
                 fillPixels(painter, run.pixels(), view);
+                g_stats.ms_fill = cpuMs() - t1;
                 g_stats.stroked = run.stroked;
                 g_stats.skipped = run.skipped;
                 drawn = true;

@@ -41,6 +41,8 @@ struct KgrqtTraceStats {
     bool summary_built = false; // the summary was (re)built for this draw
     long stroked = 0;           // points whose segments were stroked
     long skipped = 0;           // points inside skipped runs
+    // Thread CPU time of the parts, in milliseconds.
+    double ms_summary = 0, ms_plan = 0, ms_stroke = 0, ms_fill = 0;
 };
 const KgrqtTraceStats& kgrqt_trace_last_stats();
 
