@@ -15,17 +15,22 @@
 //    pixel twice is the same as drawing it once.
 //
 // Skipping: a summary keeps, for runs of 32 points and for runs of twice as
-// many at each level above, the range of y, the smallest non-zero step in y
-// and whether the run holds a flat step or a point that breaks the line.
-// For one view, a run whose points all lie inside one pixel column, away
-// from its edges, with steep enough steps, is "certified": every segment in
-// it is then stroked as a vertical line of that column, so it draws rows of
-// that column only, within one row of its y range, and it draws every row
-// whose centre its points pass through (its "core"). A certified run is
-// skipped when the cores of all certified runs already cover every row it
+// many at each level above, the range of y, bounds on the steps in x and y,
+// and whether the run holds a point that breaks the line. For one view, a
+// run whose points all lie in one pixel column is "certified" when each
+// segment in it is stroked as a vertical line of that column or draws
+// nothing: as x only grows, only the few segments that cross a 1/64-pixel
+// step in x can move sideways, and those are checked one by one (from the
+// step bounds where they suffice, else from the data); one that may draw
+// outside the column is "risky" and is stroked on its own. A certified run
+// draws rows of its column within one row of its y range only, and draws
+// every row whose centre its points pass through (its "core"). It is
+// skipped when the cores of all certified runs already hold every row it
 // could draw; the stroker state after it, which the next stroked segment
 // needs, is recovered from a segment near its end whose outcome does not
-// depend on the state before it.
+// depend on the state before it. Antialiased drawing sums the coverage of
+// every segment over each pixel, which skipping cannot reproduce: it is
+// left to the normal path.
 #include "kgrqt_trace.h"
 
 #include "kgrqt.h"
@@ -646,10 +651,13 @@ private:
 // --------------------------------------------------------------- summary
 
 // One run of points [s, e] of the summary (e is also the first point of the
-// next run): the range of y over s+1..e, and whether any point in s..e
-// breaks the line.
+// next run): the range of y over s+1..e, bounds on its steps, and whether
+// any point in s..e breaks the line.
 struct SummaryNode {
     double ylo, yhi;
+    double dymin; // smallest non-zero |step| in y, or +inf
+    double dxmax; // largest step in x
+    bool flat;    // a step with no change in y
     bool bad;
 };
 
@@ -739,7 +747,7 @@ private:
             keepEdge(s);
             SummaryNode& nd = levels[0][k];
             bool ok = true, up = true;
-            scanLeaf(s, e, &nd.ylo, &nd.yhi, &ok, &up);
+            scanLeaf(s, e, &nd, &ok, &up);
             if (ok && firstPlain && run_ >= 0) {
                 sorted_ &= up;
                 lastX_ = x[e];
@@ -769,22 +777,24 @@ private:
         edgeYNext_.push_back(i + 1 < n ? y[i + 1] : y[i]);
     }
 
-    // Range of y over s+1..e, whether all those points are plain and
-    // whether x never decreases over s..e. NaNs spoil the range, but then
-    // the points are not plain either.
-    void scanLeaf(int s, int e, double* ylo, double* yhi, bool* ok, bool* up) const
+    // Range of y over s+1..e, bounds on the steps, whether all those points
+    // are plain and whether x never decreases over s..e. NaNs spoil the
+    // rest, but then the points are not plain either.
+    void scanLeaf(int s, int e, SummaryNode* nd, bool* ok, bool* up) const
     {
         int i = s + 1;
-        double lo = y[i], hi = y[i];
-        bool good = true, grows = true;
+        double lo = y[i], hi = y[i], dyMin = HUGE_VAL, dxMax = 0;
+        bool good = true, grows = true, flat = false;
 #if defined(__SSE2__)
         const __m128d absMask = _mm_castsi128_pd(_mm_set1_epi64x(0x7fffffffffffffffLL));
         const __m128d limit = _mm_set1_pd(1e150), unset = _mm_set1_pd(KGR_UNSET);
         const __m128d allSet = _mm_castsi128_pd(_mm_set1_epi32(-1));
-        __m128d lo2 = _mm_set1_pd(lo), hi2 = lo2, bad2 = _mm_setzero_pd(), down2 = bad2;
+        const __m128d zero = _mm_setzero_pd(), inf = _mm_set1_pd(HUGE_VAL);
+        __m128d lo2 = _mm_set1_pd(lo), hi2 = lo2, bad2 = zero, down2 = zero, flat2 = zero;
+        __m128d dyMin2 = inf, dxMax2 = zero;
         for (; i + 1 <= e; i += 2) {
             __m128d xv = _mm_loadu_pd(x + i), yv = _mm_loadu_pd(y + i);
-            __m128d xp = _mm_loadu_pd(x + i - 1);
+            __m128d xp = _mm_loadu_pd(x + i - 1), yp = _mm_loadu_pd(y + i - 1);
             lo2 = _mm_min_pd(lo2, yv);
             hi2 = _mm_max_pd(hi2, yv);
             __m128d fine = _mm_and_pd(_mm_cmple_pd(_mm_and_pd(xv, absMask), limit),
@@ -792,14 +802,25 @@ private:
             __m128d marks = _mm_or_pd(_mm_cmpeq_pd(xv, unset), _mm_cmpeq_pd(yv, unset));
             bad2 = _mm_or_pd(bad2, _mm_or_pd(marks, _mm_andnot_pd(fine, allSet)));
             down2 = _mm_or_pd(down2, _mm_cmplt_pd(xv, xp));
+            __m128d dy = _mm_and_pd(_mm_sub_pd(yv, yp), absMask);
+            __m128d still = _mm_cmpeq_pd(dy, zero);
+            flat2 = _mm_or_pd(flat2, still);
+            dyMin2 =
+                _mm_min_pd(dyMin2, _mm_or_pd(_mm_andnot_pd(still, dy), _mm_and_pd(still, inf)));
+            dxMax2 = _mm_max_pd(dxMax2, _mm_sub_pd(xv, xp));
         }
-        double l[2], h[2];
-        _mm_storeu_pd(l, lo2);
-        _mm_storeu_pd(h, hi2);
-        lo = std::min(l[0], l[1]);
-        hi = std::max(h[0], h[1]);
+        double a[2], b[2], c[2], d[2];
+        _mm_storeu_pd(a, lo2);
+        _mm_storeu_pd(b, hi2);
+        _mm_storeu_pd(c, dyMin2);
+        _mm_storeu_pd(d, dxMax2);
+        lo = std::min(a[0], a[1]);
+        hi = std::max(b[0], b[1]);
+        dyMin = std::min(c[0], c[1]);
+        dxMax = std::max(d[0], d[1]);
         good = _mm_movemask_pd(bad2) == 0;
         grows = _mm_movemask_pd(down2) == 0;
+        flat = _mm_movemask_pd(flat2) != 0;
 #endif
         for (; i <= e; ++i) {
             double xv = x[i], yv = y[i];
@@ -807,9 +828,17 @@ private:
             hi = std::max(hi, yv);
             good &= plain(xv, yv);
             grows &= xv >= x[i - 1];
+            double dy = std::fabs(yv - y[i - 1]);
+            flat |= dy == 0;
+            if (dy != 0)
+                dyMin = std::min(dyMin, dy);
+            dxMax = std::max(dxMax, xv - x[i - 1]);
         }
-        *ylo = lo;
-        *yhi = hi;
+        nd->ylo = lo;
+        nd->yhi = hi;
+        nd->dymin = dyMin;
+        nd->dxmax = dxMax;
+        nd->flat = flat;
         *ok = good;
         *up = grows;
     }
@@ -851,6 +880,9 @@ private:
                     const SummaryNode& b = below[2 * k + 1];
                     a.ylo = std::min(a.ylo, b.ylo);
                     a.yhi = std::max(a.yhi, b.yhi);
+                    a.dymin = std::min(a.dymin, b.dymin);
+                    a.dxmax = std::max(a.dxmax, b.dxmax);
+                    a.flat |= b.flat;
                     a.bad |= b.bad;
                 }
                 above[k] = a;
@@ -912,6 +944,37 @@ bool farFromPath(const TraceView& v, const double* x, const double* y, int i, in
            farApart(v.pathY(v.fy(y[i])), v.pathY(v.fy(y[j])));
 }
 
+// Bounds, in 26.6 fixed point of the current view, on the steps of a node
+// from the bounds in data units that the summary keeps, allowing for the
+// rounding of the mapping and of the truncation to fixed point.
+struct StepBounds {
+    double ySlope = 0, yError = 0, xSlope = 0, xError = 0;
+
+    StepBounds(const TraceSummary& sum, const TraceView& v)
+    {
+        double ybig = std::max(std::fabs(sum.ymin), std::fabs(sum.ymax)) + std::fabs(v.ystart);
+        double xbig = std::max(std::fabs(sum.xmin), std::fabs(sum.xmax)) + std::fabs(v.xstart);
+        ySlope = std::fabs(v.yscale * v.h);
+        xSlope = std::fabs(v.xscale * v.w);
+        yError = 8e-16 * (ybig * ySlope + std::fabs(v.ty) + v.h + 1);
+        xError = 8e-16 * (xbig * xSlope + std::fabs(v.tx) + v.w + 1);
+    }
+
+    // Least |dy| of a step that changes y, most dx of any step.
+    int dyLow(const SummaryNode& nd) const
+    {
+        if (nd.dymin == HUGE_VAL)
+            return INT_MAX / 2;
+        double px = nd.dymin * ySlope * (1 - 1e-12) - 2 * yError;
+        return px > 1e6 ? INT_MAX / 2 : static_cast<int>(std::floor(64 * px)) - 2;
+    }
+    int dxHigh(const SummaryNode& nd) const
+    {
+        double px = nd.dxmax * xSlope * (1 + 1e-12) + 2 * xError;
+        return px > 1e6 ? INT_MAX / 4 : static_cast<int>(std::floor(64 * px)) + 2;
+    }
+};
+
 // Nodes spanning more fixed-point x steps than this are split instead.
 const int kMaxXSteps = 16;
 
@@ -926,7 +989,7 @@ const int kMaxXSteps = 16;
 // one that may draw, is "risky" and is stroked on its own; a flat one that
 // draws nothing leaves the rows it passes out of the core.
 Certificate certify(const TraceSummary& sum, const TraceView& v, const SummaryNode& nd, int s,
-                    int e)
+                    int e, const StepBounds& bounds)
 {
     Certificate c;
     // The leaves before and after must be whole (a leaf holding a break
@@ -953,35 +1016,34 @@ Certificate certify(const TraceSummary& sum, const TraceView& v, const SummaryNo
     if ((fxHi >> 6) != col || fxHi - fxLo > kMaxXSteps)
         return c;
     c.core = true;
-    // Where x growing evenly would put each crossing; the data there is
-    // fetched for all of them at once, as it is seldom in the cache.
-    int guesses[kMaxXSteps];
-    for (int k = 0; k < fxHi - fxLo; ++k) {
-        guesses[k] =
-            s + static_cast<int>(static_cast<long long>(e - s) * (k + 1) / (fxHi - fxLo + 1));
-        __builtin_prefetch(x + guesses[k]);
-        __builtin_prefetch(y + guesses[k]);
-    }
-    int from = s;
+    // The crossings, leaf by leaf: a leaf's bounds on its steps tell whether
+    // a crossing in it is steep (moves more in y than it can in x) and how
+    // far its pixels can reach; only a crossing near the edge of the column,
+    // or a flat one that may reach its middle, is looked at in the data.
+    int leaf = s / kLeafPoints;
+    auto leafEnd = [&](int k) { return std::min((k + 1) * kLeafPoints, sum.n - 1); };
+    int leafEndX = v.fixedX(sum.edgeX(leafEnd(leaf)));
     for (int step = fxLo + 1; step <= fxHi;) {
-        // The segment (lo, lo + 1) that crosses into x step "step": a walk
-        // from the guess, then halving if the guess was far off.
-        int lo = from, hi = e;
-        int g = std::max(lo, std::min(hi, guesses[step - fxLo - 1]));
-        for (int walk = 0; walk < 8 && hi - lo > 1; ++walk) {
-            if (v.fixedX(x[g]) < step) {
-                lo = g;
-                g = std::min(g + 1, hi);
-            } else {
-                hi = g;
-                g = std::max(g - 1, lo);
-            }
+        while (leafEndX < step)
+            leafEndX = v.fixedX(sum.edgeX(leafEnd(++leaf)));
+        const SummaryNode& lf = sum.levels[0][leaf];
+        // A step of no change in y that the path drops as a repeat joins
+        // two steps, hence one more in x.
+        const int dxHigh = bounds.dxHigh(lf) + (lf.flat ? 1 : 0), dyLow = bounds.dyLow(lf);
+        const bool steep = dyLow > dxHigh;
+        const int reach = steep ? 3 * static_cast<int>(65536LL * dxHigh / dyLow) + 8 : 0;
+        if (steep && ((step - dxHigh) * 1024 - reach) >> 16 == col &&
+            ((step + dxHigh - 1) * 1024 + reach) >> 16 == col &&
+            !(lf.flat && std::abs(step - (64 * col + 32)) <= dxHigh)) {
+            ++step;
+            continue;
         }
+        // The segment (lo, lo + 1) of the leaf that crosses into the step.
+        int lo = std::max(s, leaf * kLeafPoints), hi = std::min(e, leafEnd(leaf));
         while (hi - lo > 1) {
             int mid = lo + (hi - lo) / 2;
             (v.fixedX(x[mid]) < step ? lo : hi) = mid;
         }
-        from = hi;
         int x1 = v.fixedX(x[lo]), x2 = v.fixedX(x[hi]);
         int y1 = v.fixedY(y[lo]), y2 = v.fixedY(y[hi]);
         // Points a step apart in fixed point are far apart; nearer ones may
@@ -1086,7 +1148,8 @@ bool anchorState(const TraceView& v, double rx1, double ry1, double rx2, double 
 // One drawing of a trace on the fast path.
 class TraceRun {
 public:
-    TraceRun(const TraceSummary& sum, const TraceView& view, bool drawCaps) : sum_(sum), v_(view)
+    TraceRun(const TraceSummary& sum, const TraceView& view, bool drawCaps)
+        : sum_(sum), v_(view), bounds_(sum, view)
     {
         drawn_.reset(view.plot);
         certain_.reset(view.plot);
@@ -1157,6 +1220,7 @@ private:
 
     const TraceSummary& sum_;
     TraceView v_;
+    StepBounds bounds_;
     ColumnBits drawn_, certain_;
     PathStroker path_;
     PolyMapper mapper_;
@@ -1436,7 +1500,7 @@ private:
     Certificate certificate(int level, int k) const
     {
         return certify(sum_, v_, sum_.levels[level][k], sum_.nodeStart(level, k),
-                       sum_.nodeEnd(level, k));
+                       sum_.nodeEnd(level, k), bounds_);
     }
 
     void addCore(const Certificate& c)

@@ -61,50 +61,41 @@ void worldToPlane(const KgrviewportItem* vp, double wx, double wy, double* x, do
     }
 }
 
-// One axis of the shown box from the specified one: pan by d plane units
-// and fall back on the extent limits, or on a default range, when unset.
-void panLinear(double spcLo, double spcHi, double min, double max, double d, double* lo, double* hi)
-{
-    const bool equal = min == max;
-    if (isSet(spcLo))
-        *lo = spcLo + d;
-    else if (isSet(min))
-        *lo = (equal ? min - 10.0 : min) + d;
-    else
-        *lo = d - 10.0;
-    if (isSet(spcHi))
-        *hi = spcHi + d;
-    else if (isSet(max))
-        *hi = (equal ? max + 10.0 : max) + d;
-    else
-        *hi = d + 10.0;
-}
+// How a pan acts on one kind of axis: linear axes add the pan and widen a
+// range by 10 units, logarithmic axes multiply and widen by a decade.
+struct AxisPan {
+    double pan;
+    bool log;
 
-// The same on a logarithmic axis, where the pan is a factor g.
-void panLog(double spcLo, double spcHi, double min, double max, double g, double* lo, double* hi)
+    double apply(double v) const { return log ? v * pan : v + pan; }
+    double lower(double v) const { return log ? 0.1 * v : v - 10.0; }
+    double upper(double v) const { return log ? 10.0 * v : v + 10.0; }
+};
+
+// One end of the shown box: the specified end, else the extent limit
+// (widened when both limits are equal), else the default range around 0
+// (linear) or 1 (logarithmic).
+double panEnd(const AxisPan& p, double spc, double limit, bool limitsEqual, bool low)
 {
-    const bool equal = min == max;
-    if (isSet(spcLo))
-        *lo = spcLo * g;
-    else if (isSet(min))
-        *lo = (equal ? 0.1 * min : min) * g;
-    else
-        *lo = 0.1 * g;
-    if (isSet(spcHi))
-        *hi = spcHi * g;
-    else if (isSet(max))
-        *hi = (equal ? 10.0 * max : max) * g;
-    else
-        *hi = 10.0 * g;
+    if (isSet(spc))
+        return p.apply(spc);
+    double base = p.log ? 1.0 : 0.0;
+    if (isSet(limit)) {
+        base = limit;
+        if (!limitsEqual)
+            return p.apply(base);
+    }
+    return p.apply(low ? p.lower(base) : p.upper(base));
 }
 
 void panAxis(int mode, int offset, double d, double spcLo, double spcHi, double min, double max,
              double* lo, double* hi)
 {
-    if (mode == KGR_MODE_LOG)
-        panLog(spcLo, spcHi, min, max, offset == 0 ? 1.0 : pow(10.0, d), lo, hi);
-    else
-        panLinear(spcLo, spcHi, min, max, d, lo, hi);
+    const bool log = mode == KGR_MODE_LOG;
+    // On a logarithmic axis the pan is a factor, 1 when there is no offset.
+    const AxisPan p{log ? (offset == 0 ? 1.0 : pow(10.0, d)) : d, log};
+    *lo = panEnd(p, spcLo, min, min == max, true);
+    *hi = panEnd(p, spcHi, max, min == max, false);
 }
 
 // Scales the range about the anchor a; a gain above 1 widens it.

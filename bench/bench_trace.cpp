@@ -1,0 +1,273 @@
+// Drawing a long noisy trace into a 1920 x 1080 image: the polyline item of
+// this library (a first drawing, and redrawing after zoom and pan), side by
+// side with QPainter::drawPolyline, Qwt's QwtPlotCurve and QCustomPlot's
+// QCPGraph, with and without antialiasing, and one plain read of the
+// samples, the floor that memory bandwidth sets. Each case is one drawing;
+// the image is refilled outside the timed part. Run by tools/run-bench.sh.
+#include "kgrqt.h"
+#include "kgrqt_trace.h"
+
+#include <benchmark/benchmark.h>
+#include <qcustomplot.h>
+#include <qwt_plot_curve.h>
+#include <qwt_scale_map.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QPolygonF>
+
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+const int kWidth = 1920, kHeight = 1080;
+const QColor kInk(0xc0, 0x30, 0x10);
+
+// White noise on a slow random walk, sampled at 100 Hz from an epoch time
+// in 2023, as a seismometer channel would be.
+struct Trace {
+    std::vector<double> x, y;
+    double x0, x1, y0, y1; // the whole trace, with a little room in y
+};
+
+const Trace& traceOf(int n)
+{
+    static std::map<int, std::unique_ptr<Trace>> traces;
+    std::unique_ptr<Trace>& t = traces[n];
+    if (!t) {
+        t = std::make_unique<Trace>();
+        std::mt19937 rng(20240601);
+        std::normal_distribution<double> normal(0, 1);
+        t->x.resize(n);
+        t->y.resize(n);
+        double walk = 0, lo = 0, hi = 0;
+        for (int i = 0; i < n; ++i) {
+            walk += 0.002 * normal(rng);
+            t->x[i] = 1.7e9 + i * 0.01;
+            t->y[i] = walk + 0.015 * normal(rng);
+            lo = std::min(lo, t->y[i]);
+            hi = std::max(hi, t->y[i]);
+        }
+        t->x0 = t->x.front();
+        t->x1 = t->x.back();
+        t->y0 = lo - 0.05 * (hi - lo);
+        t->y1 = hi + 0.05 * (hi - lo);
+    }
+    return *t;
+}
+
+// Views of a redraw: parts of the whole x range, zoomed and panned.
+const double kViews[][2] = {{0.25, 0.75}, {0.30, 0.80}, {0.10, 0.35}, {0.05, 0.95},
+                            {0.40, 0.60}, {0.45, 0.65}, {0.00, 1.00}, {0.20, 0.95}};
+const int kViewCount = sizeof kViews / sizeof kViews[0];
+
+// The item on a viewport with no margins, on a time axis.
+struct KgrqtScene {
+    explicit KgrqtScene(const Trace& t) : trace(t)
+    {
+        KgrviewportItem& r = vp.viewport;
+        r.w = kWidth;
+        r.h = kHeight;
+        r.xmode = KGR_MODE_TIME;
+        show(0, 1);
+        line = std::make_unique<KGRPolyline>(&vp);
+        line->configure("outline", kInk.name().toLatin1().constData(), static_cast<char*>(nullptr));
+        // The points as the item keeps them; the item frees them.
+        const size_t bytes = t.x.size() * sizeof(double);
+        line->polyline.npts = static_cast<int>(t.x.size());
+        line->polyline.xpts = static_cast<double*>(malloc(bytes));
+        line->polyline.ypts = static_cast<double*>(malloc(bytes));
+        memcpy(line->polyline.xpts, t.x.data(), bytes);
+        memcpy(line->polyline.ypts, t.y.data(), bytes);
+    }
+    void show(double from, double to)
+    {
+        KgrviewportItem& r = vp.viewport;
+        r.xleft = trace.x0 + from * (trace.x1 - trace.x0);
+        r.xright = trace.x0 + to * (trace.x1 - trace.x0);
+        r.ybottom = trace.y0;
+        r.ytop = trace.y1;
+    }
+    const Trace& trace;
+    KGRViewport vp{nullptr};
+    std::unique_ptr<KGRPolyline> line;
+};
+
+KgrqtScene& sceneOf(int n)
+{
+    static std::map<int, std::unique_ptr<KgrqtScene>> scenes;
+    std::unique_ptr<KgrqtScene>& s = scenes[n];
+    if (!s)
+        s = std::make_unique<KgrqtScene>(traceOf(n));
+    return *s;
+}
+
+// Runs draw(painter) once per iteration on a freshly filled image;
+// prepare() runs untimed before each drawing.
+template <class Painter = QPainter, class Prepare, class Draw>
+void timeDrawing(benchmark::State& state, bool antialias, Prepare prepare, Draw draw)
+{
+    QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    for (auto _ : state) {
+        state.PauseTiming();
+        image.fill(Qt::white);
+        prepare();
+        state.ResumeTiming();
+        Painter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing, antialias);
+        draw(painter);
+        painter.end();
+    }
+}
+
+void readFloor(benchmark::State& state, int n)
+{
+    const Trace& t = traceOf(n);
+    for (auto _ : state) {
+        // Independent sums, so that memory and not adding sets the pace.
+        double s[8] = {};
+        const double* x = t.x.data();
+        const double* y = t.y.data();
+        int i = 0;
+        for (; i + 4 <= n; i += 4)
+            for (int k = 0; k < 4; ++k) {
+                s[k] += x[i + k];
+                s[4 + k] += y[i + k];
+            }
+        for (; i < n; ++i)
+            s[0] += x[i] + y[i];
+        double total = 0;
+        for (double v : s)
+            total += v;
+        benchmark::DoNotOptimize(total);
+    }
+}
+
+void kgrqtFirst(benchmark::State& state, int n, bool antialias)
+{
+    KgrqtScene& scene = sceneOf(n);
+    scene.show(0, 1);
+    timeDrawing(
+        state, antialias, [&] { kgrqt_trace_forget(&scene.line->polyline); },
+        [&](QPainter& p) { scene.line->draw(p); });
+    state.counters["fast_path"] = kgrqt_trace_last_stats().fast;
+}
+
+void kgrqtRedraw(benchmark::State& state, int n, bool antialias)
+{
+    KgrqtScene& scene = sceneOf(n);
+    // The summary is made by a first drawing, outside the timing.
+    QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    QPainter first(&image);
+    scene.show(0, 1);
+    scene.line->draw(first);
+    first.end();
+    int view = 0;
+    timeDrawing(
+        state, antialias,
+        [&] {
+            const double* v = kViews[view++ % kViewCount];
+            scene.show(v[0], v[1]);
+        },
+        [&](QPainter& p) { scene.line->draw(p); });
+    state.counters["fast_path"] = kgrqt_trace_last_stats().fast;
+    scene.show(0, 1);
+}
+
+void plainPolyline(benchmark::State& state, int n, bool antialias)
+{
+    const Trace& t = traceOf(n);
+    QPolygonF points(n);
+    const double sx = kWidth / (t.x1 - t.x0), sy = kHeight / (t.y1 - t.y0);
+    timeDrawing(
+        state, antialias, [] {},
+        [&](QPainter& p) {
+            for (int i = 0; i < n; ++i)
+                points[i] = QPointF((t.x[i] - t.x0) * sx, (t.y1 - t.y[i]) * sy);
+            p.setPen(QPen(kInk, 1));
+            p.drawPolyline(points);
+        });
+}
+
+void qwtCurve(benchmark::State& state, int n, bool antialias)
+{
+    const Trace& t = traceOf(n);
+    QwtPlotCurve curve;
+    curve.setRawSamples(t.x.data(), t.y.data(), n);
+    curve.setPen(QPen(kInk, 1));
+    curve.setRenderHint(QwtPlotItem::RenderAntialiased, antialias);
+    QwtScaleMap xMap, yMap;
+    xMap.setScaleInterval(t.x0, t.x1);
+    xMap.setPaintInterval(0, kWidth);
+    yMap.setScaleInterval(t.y0, t.y1);
+    yMap.setPaintInterval(kHeight, 0);
+    timeDrawing(
+        state, antialias, [] {},
+        [&](QPainter& p) { curve.draw(&p, xMap, yMap, QRectF(0, 0, kWidth, kHeight)); });
+}
+
+void customPlotGraph(benchmark::State& state, int n, bool antialias)
+{
+    const Trace& t = traceOf(n);
+    QCustomPlot plot;
+    plot.resize(kWidth, kHeight);
+    plot.axisRect()->setAutoMargins(QCP::msNone);
+    plot.axisRect()->setMargins(QMargins(0, 0, 0, 0));
+    plot.xAxis->setVisible(false);
+    plot.yAxis->setVisible(false);
+    plot.setAntialiasedElements(antialias ? QCP::aeAll : QCP::aeNone);
+    plot.setNotAntialiasedElements(antialias ? QCP::aeNone : QCP::aeAll);
+    QCPGraph* graph = plot.addGraph();
+    graph->setPen(QPen(kInk, 1));
+    graph->setAntialiased(antialias);
+    graph->setData(QVector<double>(t.x.begin(), t.x.end()), QVector<double>(t.y.begin(), t.y.end()),
+                   true);
+    plot.xAxis->setRange(t.x0, t.x1);
+    plot.yAxis->setRange(t.y0, t.y1);
+    timeDrawing<QCPPainter>(
+        state, antialias, [] {}, [&](QCPPainter& p) { plot.toPainter(&p, kWidth, kHeight); });
+}
+
+template <class... Args> void add(const std::string& name, Args&&... args)
+{
+    benchmark::RegisterBenchmark(name.c_str(), std::forward<Args>(args)...)
+        ->Unit(benchmark::kMillisecond);
+}
+
+void registerAll()
+{
+    for (int n : {1000000, 10000000}) {
+        const std::string size = n == 1000000 ? "1M" : "10M";
+        add(size + "/read_floor", readFloor, n);
+        for (bool aa : {false, true}) {
+            const std::string prefix = size + (aa ? "/AA/" : "/noAA/");
+            add(prefix + "kgrqt_first_draw", kgrqtFirst, n, aa);
+            if (!aa)
+                add(prefix + "kgrqt_redraw_zoom_pan", kgrqtRedraw, n, aa);
+            add(prefix + "QPainter_drawPolyline", plainPolyline, n, aa);
+            add(prefix + "Qwt_QwtPlotCurve", qwtCurve, n, aa);
+            add(prefix + "QCustomPlot_QCPGraph", customPlotGraph, n, aa);
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication app(argc, argv);
+    registerAll();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
