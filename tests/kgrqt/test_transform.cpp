@@ -249,3 +249,14 @@ TEST(Transform, GainPairOneZeroSkipsTheAnchor)
     EXPECT_EQ(vp.ybottom, vp.ytop);
     EXPECT_EQ(vp.ytop, 0.0);
 }
+
+TEST(Transform, OffsetsBeyondIntegersAreHandledAsNumbers)
+{
+    KgrviewportItem vp = record(1, 1000, 0, 80);
+    vp.xmode = KGR_MODE_LOG;
+    // A pan of 0.5 pixel is still a pan on a logarithmic axis.
+    ASSERT_EQ(kgrqt_translate_and_gain(&vp, 0.5, 0, 0, 0, 1.0, 1.0), 0);
+    EXPECT_GT(vp.xleft, 1.0);
+    ASSERT_EQ(kgrqt_translate_and_gain(&vp, 2e30, -2e30, 0, 0, 1.0, 1.0), 0);
+    EXPECT_FALSE(std::isnan(vp.ybottom));
+}

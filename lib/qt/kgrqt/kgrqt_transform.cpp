@@ -88,12 +88,12 @@ double panEnd(const AxisPan& p, double spc, double limit, bool limitsEqual, bool
     return p.apply(low ? p.lower(base) : p.upper(base));
 }
 
-void panAxis(int mode, int offset, double d, double spcLo, double spcHi, double min, double max,
+void panAxis(int mode, bool panned, double d, double spcLo, double spcHi, double min, double max,
              double* lo, double* hi)
 {
     const bool log = mode == KGR_MODE_LOG;
     // On a logarithmic axis the pan is a factor, 1 when there is no offset.
-    const AxisPan p{log ? (offset == 0 ? 1.0 : pow(10.0, d)) : d, log};
+    const AxisPan p{log ? (panned ? pow(10.0, d) : 1.0) : d, log};
     *lo = panEnd(p, spcLo, min, min == max, true);
     *hi = panEnd(p, spcHi, max, min == max, false);
 }
@@ -193,10 +193,10 @@ int kgrqt_translate_and_gain(KgrviewportItem* vp, double xoffset, double yoffset
         dx = 0.0;
     if (!std::isfinite(dy))
         dy = 0.0;
-    panAxis(vp->xmode, static_cast<int>(xoffset), dx, vp->spc_xleft, vp->spc_xright, vp->xmin,
-            vp->xmax, &vp->xleft, &vp->xright);
-    panAxis(vp->ymode, static_cast<int>(yoffset), dy, vp->spc_ybottom, vp->spc_ytop, vp->ymin,
-            vp->ymax, &vp->ybottom, &vp->ytop);
+    panAxis(vp->xmode, xoffset != 0.0, dx, vp->spc_xleft, vp->spc_xright, vp->xmin, vp->xmax,
+            &vp->xleft, &vp->xright);
+    panAxis(vp->ymode, yoffset != 0.0, dy, vp->spc_ybottom, vp->spc_ytop, vp->ymin, vp->ymax,
+            &vp->ybottom, &vp->ytop);
 
     // The anchor is converted unless the gains are exactly (1, 0); then it
     // stays at the origin of the world.
