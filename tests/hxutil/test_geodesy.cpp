@@ -1,6 +1,7 @@
 // Great-circle distance, azimuth and forward point, checked against a table
 // from an independent geodesic program and against properties of the sphere.
 #include "hx_geodesy.h"
+#include "reference_table.h"
 
 #include <gtest/gtest.h>
 
@@ -40,21 +41,21 @@ struct RefRow {
 
 std::vector<RefRow> load_reference()
 {
-    std::ifstream file(KGRQT_TEST_DATA "/geod_reference.tsv");
     std::vector<RefRow> rows;
-    std::string text;
-    for (int line = 1; std::getline(file, text); ++line) {
-        if (text.empty() || text[0] == '#')
+    for (const ReferenceLine& r : readReferenceTable("geod_reference.tsv")) {
+        if (r.fields.size() != 8) {
+            ADD_FAILURE() << "unreadable reference line " << r.line;
             continue;
-        std::istringstream fields(text);
+        }
         RefRow row;
-        row.line = line;
-        fields >> row.kind >> row.label >> row.in[0] >> row.in[1] >> row.in[2] >> row.in[3] >>
-            row.out[0] >> row.out[1];
-        if (!fields)
-            ADD_FAILURE() << "unreadable reference line " << line << ": " << text;
-        else
-            rows.push_back(row);
+        row.line = r.line;
+        row.kind = r.fields[0];
+        row.label = r.fields[1];
+        for (int k = 0; k < 4; ++k)
+            row.in[k] = std::stod(r.fields[2 + k]);
+        for (int k = 0; k < 2; ++k)
+            row.out[k] = std::stod(r.fields[6 + k]);
+        rows.push_back(row);
     }
     return rows;
 }

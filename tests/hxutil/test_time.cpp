@@ -2,6 +2,7 @@
 // tools/gen_time_reference.sh, malformed input, rounding and round trips.
 #include "hx_error.h"
 #include "hx_time.h"
+#include "reference_table.h"
 
 #include <gtest/gtest.h>
 
@@ -42,27 +43,11 @@ double tolerance(double expected)
     return std::max(1e-6, 2 * (std::nextafter(magnitude, INFINITY) - magnitude));
 }
 
-std::vector<std::string> split_tabs(const std::string& line)
-{
-    std::vector<std::string> fields;
-    std::string::size_type start = 0;
-    for (;;) {
-        const auto tab = line.find('\t', start);
-        fields.push_back(line.substr(start, tab - start));
-        if (tab == std::string::npos)
-            return fields;
-        start = tab + 1;
-    }
-}
-
 std::vector<std::vector<std::string>> reference_rows()
 {
-    std::ifstream in(KGRQT_TEST_DATA "/time_reference.tsv");
     std::vector<std::vector<std::string>> rows;
-    std::string line;
-    while (std::getline(in, line))
-        if (!line.empty() && line[0] != '#')
-            rows.push_back(split_tabs(line));
+    for (ReferenceLine& r : readReferenceTable("time_reference.tsv"))
+        rows.push_back(std::move(r.fields));
     return rows;
 }
 

@@ -2,6 +2,7 @@
 // versions) and the Mercator ordinate checked against a table from PROJ, the
 // documented edge cases, round trips, and bad numbers.
 #include "kgrqt.h"
+#include "reference_table.h"
 
 #include <gtest/gtest.h>
 
@@ -69,22 +70,15 @@ struct RefRow {
 
 std::vector<RefRow> load_reference()
 {
-    std::ifstream file(KGRQT_TEST_DATA "/proj_reference.tsv");
     std::vector<RefRow> rows;
-    std::string text;
-    for (int line = 1; std::getline(file, text); ++line) {
-        if (text.empty() || text[0] == '#')
-            continue;
-        std::istringstream fields(text);
-        std::vector<std::string> f;
-        for (std::string s; std::getline(fields, s, '\t');)
-            f.push_back(s);
-        RefRow row{};
-        row.line = line;
+    for (const ReferenceLine& r : readReferenceTable("proj_reference.tsv")) {
+        const std::vector<std::string>& f = r.fields;
         if (f.size() < 6) {
-            ADD_FAILURE() << "unreadable reference line " << line << ": " << text;
+            ADD_FAILURE() << "unreadable reference line " << r.line;
             continue;
         }
+        RefRow row{};
+        row.line = r.line;
         row.kind = f[0];
         row.label = f[1];
         for (size_t i = 2; i + 2 < f.size(); ++i)
