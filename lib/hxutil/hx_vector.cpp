@@ -103,6 +103,17 @@ Vector* findVector(const Handle& handle)
     return it == vectors.end() ? nullptr : &it->second;
 }
 
+// Looks a handle up under the registry lock and hands the vector (null
+// when the handle is malformed or names nothing) and the parsed handle to
+// inspect, whose result is returned.
+template <class Inspect> auto inspectVector(const char* text, Inspect inspect)
+{
+    Handle h;
+    bool parsed = parseHandle(text, &h);
+    std::lock_guard<std::mutex> lock(registry().mutex);
+    return inspect(parsed ? findVector(h) : nullptr, h);
+}
+
 // The set a handle names in a vector of the given kind (0: any kind), or
 // null after registering why, with fn as the message prefix. Callers hold
 // the registry lock.
@@ -478,13 +489,7 @@ int hxvector_free(const char* handle)
 
 int hxvector_kind(const char* handle)
 {
-    Handle h;
-    if (!parseHandle(handle, &h))
-        return 0;
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    Vector* v = findVector(h);
-    return v ? v->kind : 0;
+    return inspectVector(handle, [](const Vector* v, const Handle&) { return v ? v->kind : 0; });
 }
 
 int hxvector_extent(const char* handle, double* xmin, double* xmax, double* ymin, double* ymax)
@@ -519,29 +524,21 @@ int hxvector_extent(const char* handle, double* xmin, double* xmax, double* ymin
 
 const char* hxvector_get_label(const char* handle, int i)
 {
-    Handle h;
-    if (!parseHandle(handle, &h))
-        return nullptr;
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    Vector* v = findVector(h);
-    if (!v || h.index >= static_cast<int>(v->sets.size()))
-        return nullptr;
-    const PointSet& set = v->sets[h.index];
-    if (i < 0 || i >= static_cast<int>(set.hasLabel.size()) || !set.hasLabel[i])
-        return nullptr;
-    return set.labels[i].c_str();
+    return inspectVector(handle, [i](const Vector* v, const Handle& h) -> const char* {
+        if (!v || h.index >= static_cast<int>(v->sets.size()))
+            return nullptr;
+        const PointSet& set = v->sets[h.index];
+        if (i < 0 || i >= static_cast<int>(set.hasLabel.size()) || !set.hasLabel[i])
+            return nullptr;
+        return set.labels[i].c_str();
+    });
 }
 
 int hxvector_get_vector(const char* handle)
 {
-    Handle h;
-    if (!parseHandle(handle, &h))
-        return 0;
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    Vector* v = findVector(h);
-    return v && v->kind == HXVECTOR_PLAIN && h.index < static_cast<int>(v->sets.size());
+    return inspectVector(handle, [](const Vector* v, const Handle& h) -> int {
+        return v && v->kind == HXVECTOR_PLAIN && h.index < static_cast<int>(v->sets.size());
+    });
 }
 
 int hxvector_get_points(const char* handle, int* npts, int* index, double** x, double** y,
@@ -561,13 +558,9 @@ int hxvector_get_points(const char* handle, int* npts, int* index, double** x, d
 
 int hxvector2_get_vector(const char* handle)
 {
-    Handle h;
-    if (!parseHandle(handle, &h))
-        return 0;
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    Vector* v = findVector(h);
-    return v && v->kind == HXVECTOR_SECOND;
+    return inspectVector(handle, [](const Vector* v, const Handle&) -> int {
+        return v && v->kind == HXVECTOR_SECOND;
+    });
 }
 
 int hxvector2_get_points(const char* handle, int index, int* npts, int* spare, double** x,
