@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+class QFont;
 class QGridLayout;
 class QImage;
 class QPainter;
@@ -480,5 +481,311 @@ protected:
 
 // The library's logo, 75 x 19 pixels, made once and shared.
 QImage* kgrqt_get_logo();
+
+// ------------------------------------------------------ text and numbers
+
+// A compass justification ("c", "e", "w", "n", "ne", "nw", "s", "se", "sw")
+// as horizontal and vertical fractions of the text; unknown codes anchor at
+// the lower left.
+int kgrqt_parse_justification(char* just, double* jx, double* jy);
+int kgrqt_setup_text(const QPainter& painter, const QColor& color, const QFont& font);
+int kgrqt_get_metrics(const QFont& font, char* text, int* w, int* h);
+int kgrqt_fontmetrics(const QFont& font, char* string, int* str_w, int* str_h, int* ascent,
+                      int* descent);
+// Text anchored at (x, y), pixels from the lower-left corner of the plot
+// frame; the vertical fraction of just puts the top of the capitals (1) or
+// the baseline (0) on the anchor.
+void kgrqt_draw_text(const QPainter& painter, KgrviewportItem* vp, const QFont& font, double x,
+                     double y, char* just, double angle, char* text);
+// Boxed text: the vertical fraction runs the other way, and a third letter
+// "b" anchors the box instead of the text.
+void kgrqt_draw_text2(const QPainter& painter, KgrviewportItem* vp, const QFont& font,
+                      QColor* text_color, QColor* background, QColor* outline, double x, double y,
+                      int width, int height, char* just, double angle, char* text,
+                      int show_not_symbol, QPainterPath** path, double* xbb, double* ybb, int* wbb,
+                      int* hbb);
+void kgrqt_scaletext_draw(const QPainter& painter, KgrviewportItem* viewport, double xpt,
+                          double ypt, double xsh, double ysh, const QFont& font,
+                          char* justification, double angle, char* text);
+// The shortest exact label of a value (at most 13 significant digits).
+void kgrqt_number(double value, char* format, char* string);
+// A value's label by format: "none", "auto", a "%...d" format (rounded) or
+// a floating-point format. string must hold at least 64 characters.
+int kgrqt_nice_number(double number, char* format, char* string);
+int kgrqt_get_nice_fvals(double start, double end, double width, double minbigwidth,
+                         double* start_big, int* n_big, double* incr_big, double* start_sml,
+                         int* n_sml, double* incr_sml);
+
+// ------------------------------------------------- position expressions
+
+class KGRText;
+
+int kgrqt_get_pixels(KgrviewportItem* vp, const char* xexpr, const char* yexpr, double* x,
+                     double* y, KGRText* text);
+int kgrqt_get_xpixel(KgrviewportItem* vp, const char* term, double* x, KGRText* text);
+int kgrqt_get_ypixel(KgrviewportItem* vp, const char* term, double* y, KGRText* text);
+int kgrqt_GetPixels(char* text, int* pixels);
+
+// ------------------------------------------------------------ text item
+
+struct KgrtextItem {
+    Kgrheader header;
+    QWidget* parent;
+    KGR_Color foreground;
+    KGR_Color outline;
+    KGR_Color background;
+    double opacity;
+    int select;
+    char* text;
+    KGR_Font font;
+    double fxbb;
+    double fybb;
+    int wbb;
+    int hbb;
+    double x;
+    double y;
+    double angle;
+    char* justification;
+    void* relative;
+    char* xpos;
+    char* ypos;
+    int width;
+    int height;
+    int show_not_symbol;
+    QPainterPath* path;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+struct KGRTextSpecialSymbol {
+    char* name;
+    int size;
+    int width;
+    int height;
+    QPixmap* pixmap;
+};
+
+class KGRText : public KGRConfigure, public QWidget {
+public:
+    KGRText(KGRViewport* viewport, char* name, char* xpos, char* ypos);
+    ~KGRText() override;
+
+    void init(KGRViewport* viewport, char* name, char* xpos, char* ypos);
+    void setLayer(KGRLayer* layer);
+    void getBB(double* x, double* y, int* w, int* h);
+    void draw(QPainter& painter);
+    static QPixmap* specialSymbol(char* name, int size);
+    static KGRTextSpecialSymbol* makeSpecialSymbol(char* name, int size);
+
+    KgrtextItem text;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// ----------------------------------------------------------------- axes
+
+// Tics (or grid lines) across one axis: a major and a minor set, each from
+// frame fraction start to end across the axis; a negative width skips a set.
+void kgrqt_draw_xaxis_stuff(QPainter& painter, KgrviewportItem* vp, QColor* color_big,
+                            int width_big, int style_big, double incr_big, double start_big,
+                            double end_big, QColor* color_sml, int width_sml, int style_sml,
+                            double incr_sml, double start_sml, double end_sml, int mindx);
+void kgrqt_draw_yaxis_stuff(QPainter& painter, KgrviewportItem* vp, QColor* color_big,
+                            int width_big, int style_big, double incr_big, double start_big,
+                            double end_big, QColor* color_sml, int width_sml, int style_sml,
+                            double incr_sml, double start_sml, double end_sml, int mindy);
+// Calendar tics and date labels of a time axis along the bottom of the frame.
+void kgrqt_make_xtime_axes(QPainter& painter, KgrviewportItem* vp, const QFont& font,
+                           QColor* tic_color, int tic_width, int tic_style, QColor* label_color,
+                           char* time_format, char* date_format);
+
+// The divisions of a time axis, seconds, largest first.
+extern double Time_divisions[];
+extern int NTime_divisions;
+
+struct KgraxesItem {
+    int xvisible;
+    int yvisible;
+    KGR_Color foreground_labels;
+    KGR_Color foreground_numbers;
+    KGR_Color foreground_axes;
+    KGR_Color x_time_axes;
+    char* x_label;
+    char* y_label;
+    char* x_format;
+    char* y_format;
+    char* x_time_format;
+    char* x_date_format;
+    char* axis_style;
+    char* tic_style;
+    char tic_style_west;
+    char tic_style_north;
+    char tic_style_east;
+    char tic_style_south;
+    KGR_Font font_labels;
+    KGR_Font font_numbers;
+    KGR_Font font_supers;
+    double xincr_num;
+    double xincr_sml;
+    double yincr_num;
+    double yincr_sml;
+    int boxwidth;
+    int xtimewidth;
+    int xwidth_big;
+    int xwidth_sml;
+    double xticlength_sml;
+    double xticlength_big;
+    int ywidth_big;
+    int ywidth_sml;
+    double yticlength_sml;
+    double yticlength_big;
+    int mindx;
+    int mindy;
+    int style;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+class KGRAxes : public KGRConfigure, public QWidget {
+public:
+    explicit KGRAxes(KGRViewport* viewport);
+    ~KGRAxes() override;
+
+    void init(KGRViewport* viewport);
+    void setLayer(KGRLayer* layer);
+    void draw_box(int w, int h, QPainter& painter);
+    void draw_tics(int w, int h, QPainter& painter);
+    void draw_x_label(QPainter& painter);
+    void draw_y_label(QPainter& painter);
+    // Major and minor steps of a time axis spanning span seconds; power
+    // receives the power of ten the count was scaled by.
+    static void choose_scale(double span, int least, int greatest, double* divisions, int ndivisions,
+                             double* major, double* minor, int* power);
+    // A newly allocated time-label format for a major step in seconds.
+    static char* choose_time_format(double increment);
+    void label_x_tic(QPainter& painter, char* label, double fraction, double value);
+    void draw_xtime_axis(QPainter& painter, double tstart, double tend);
+    void draw_x_tic_labels(QPainter& painter, int w, double x1, double x2);
+    void draw_y_tic_labels(QPainter& painter, int h, double y1, double y2);
+    void draw(QPainter& painter);
+
+    KgraxesItem axes;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// ----------------------------------------------------------------- grid
+
+struct KgrgridItem {
+    Kgrheader header;
+    QWidget* parent;
+    int xsml_visible;
+    int xbig_visible;
+    int ysml_visible;
+    int ybig_visible;
+    KGR_Color foreground;
+    KGR_Color foreground_small;
+    int width;
+    int width_small;
+    int style;
+    int style_small;
+    int mindx;
+    int mindy;
+    double xincr_big;
+    double xincr_sml;
+    double yincr_big;
+    double yincr_sml;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+    KGRLayer* layer;
+};
+
+class KGRGrid : public KGRConfigure, public QWidget {
+public:
+    explicit KGRGrid(KGRViewport* viewport);
+    ~KGRGrid() override;
+
+    void init(KGRViewport* viewport);
+    void setLayer(KGRLayer* layer);
+    void draw(QPainter& painter);
+
+    KgrgridItem grid;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+// -------------------------------------------------------------- taskbar
+
+class KGRTaskbar;
+
+struct KGRTaskbarButtonParams {
+    KGRTaskbar* taskbar;
+    char* description;
+    int width;
+    int height;
+    char* kgr_layer_name;
+    KGRLayer* kgr_layer;
+    KGRText* kgr_text;
+    int current;
+    Tbl* states;
+};
+
+struct KGRTaskbarButtonStateParams {
+    KGRTaskbarButtonParams* buttonparams;
+    char* label;
+    char* description;
+    Tbl* action;
+    double opacity;
+    KGR_Color fill_color;
+    KGR_Color background_color;
+    int show_not_symbol;
+    int order;
+};
+
+struct KgrtaskbarItem {
+    QWidget* parent;
+    KGR_Color background;
+    char* buttons_definitions_string;
+    Arr* buttons_definitions;
+    char* buttons_string;
+    Tbl* buttons;
+    char* debug;
+    void* object_ptr;
+    char* picker_name;
+    KGRPicker* picker;
+    KGRViewport* vp;
+    KgrviewportItem* viewport;
+};
+
+class KGRTaskbar : public KGRConfigure, public QWidget {
+public:
+    explicit KGRTaskbar(KGRViewport* viewport);
+    ~KGRTaskbar() override;
+
+    void init(KGRViewport* viewport);
+
+    KgrtaskbarItem taskbar;
+    int debug = 0;
+    char* class_name = nullptr;
+    static HX_ConfigureSpec configSpecs[];
+};
+
+int taskbar_button_callback(int kind, void* clientdata, QEvent* event);
+void taskbar_free_buttons_definition(void* params);
+void taskbar_free_buttons_state_definition(void* params);
 
 #endif
