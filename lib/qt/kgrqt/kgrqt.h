@@ -507,10 +507,13 @@ void kgrqt_draw_text2(const QPainter& painter, KgrviewportItem* vp, const QFont&
 void kgrqt_scaletext_draw(const QPainter& painter, KgrviewportItem* viewport, double xpt,
                           double ypt, double xsh, double ysh, const QFont& font,
                           char* justification, double angle, char* text);
-// The shortest exact label of a value (at most 13 significant digits).
+// The shortest exact label of a value (at most 13 significant digits);
+// string must hold KGRQT_NUMBER_MAX characters.
 void kgrqt_number(double value, char* format, char* string);
 // A value's label by format: "none", "auto", a "%...d" format (rounded) or
-// a floating-point format. string must hold at least 64 characters.
+// a floating-point format; a format that does not print exactly one number
+// is taken as "auto". string must hold KGRQT_NUMBER_MAX characters.
+#define KGRQT_NUMBER_MAX 512
 int kgrqt_nice_number(double number, char* format, char* string);
 int kgrqt_get_nice_fvals(double start, double end, double width, double minbigwidth,
                          double* start_big, int* n_big, double* incr_big, double* start_sml,
@@ -665,8 +668,8 @@ public:
     void draw_y_label(QPainter& painter);
     // Major and minor steps of a time axis spanning span seconds; power
     // receives the power of ten the count was scaled by.
-    static void choose_scale(double span, int least, int greatest, double* divisions, int ndivisions,
-                             double* major, double* minor, int* power);
+    static void choose_scale(double span, int least, int greatest, double* divisions,
+                             int ndivisions, double* major, double* minor, int* power);
     // A newly allocated time-label format for a major step in seconds.
     static char* choose_time_format(double increment);
     void label_x_tic(QPainter& painter, char* label, double fraction, double value);
