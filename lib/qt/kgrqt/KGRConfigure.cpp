@@ -105,3 +105,21 @@ char* KGRConfigure_PrintConfigValue(HX_ConfigureSpec* spec, char* record)
         return printFont(reinterpret_cast<const KGR_Font*>(record + spec->offset));
     return nullptr;
 }
+
+void KGRConfigure_FreeRecord(HX_ConfigureSpec* specs, char* record)
+{
+    if (!specs || !record)
+        return;
+    for (HX_ConfigureSpec* spec = specs; spec->type && strcmp(spec->type, "end"); ++spec) {
+        char* field = record + spec->offset;
+        if (hasType(spec, "string")) {
+            char** s = reinterpret_cast<char**>(field);
+            free(*s);
+            *s = nullptr;
+        } else if (hasType(spec, "color")) {
+            KGR_ClearColor(reinterpret_cast<KGR_Color*>(field));
+        } else if (hasType(spec, "font")) {
+            KGR_ParseFont(nullptr, reinterpret_cast<KGR_Font*>(field));
+        }
+    }
+}

@@ -40,6 +40,10 @@ int KGRConfigure_ParseConfigValue(HX_ConfigureSpec* spec, char* value, char* rec
 // accepts, or null for other types.
 char* KGRConfigure_PrintConfigValue(HX_ConfigureSpec* spec, char* record);
 
+// Releases what the string, colour and font rows of a table own in record
+// (a destructor's first step); custom and pointer fields are the class's.
+void KGRConfigure_FreeRecord(HX_ConfigureSpec* specs, char* record);
+
 // Construction of a widget class: the steps that every class takes, in
 // order. A class's init calls kgrqt_init_item with its record, its
 // start-value step (fields that must not start at zero, links to the
@@ -482,6 +486,17 @@ protected:
 // The library's logo, 75 x 19 pixels, made once and shared.
 QImage* kgrqt_get_logo();
 
+// ------------------------------------------------------- item painting
+
+// The name an object was registered under, or "(null)".
+const char* kgrqt_name_of(const void* object);
+// Opens painter on what an item paints: its layer's pixmap (resized to the
+// viewport; only when the layer is stale) or the item's own widget, with
+// the debug trace "Painting <kind> <name>[ to layer <name>].". False when
+// there is nothing to paint now.
+bool kgrqt_begin_item_paint(QWidget* item, KGRLayer* layer, KgrviewportItem* viewport, int debug,
+                            const char* kind, QPainter& painter);
+
 // ------------------------------------------------------ text and numbers
 
 // A compass justification ("c", "e", "w", "n", "ne", "nw", "s", "se", "sw")
@@ -676,6 +691,9 @@ public:
     void draw_xtime_axis(QPainter& painter, double tstart, double tend);
     void draw_x_tic_labels(QPainter& painter, int w, double x1, double x2);
     void draw_y_tic_labels(QPainter& painter, int h, double y1, double y2);
+    // A decade's label: "10" at the tic, its exponent as a superscript.
+    void draw_power_of_ten(QPainter& painter, double fraction, double exponent, bool xaxis,
+                           const char* gap);
     void draw(QPainter& painter);
 
     KgraxesItem axes;
