@@ -320,8 +320,9 @@ void KGRAxes::draw_box(int w, int h, QPainter& painter)
         return;
     kgrqt_setup_line(&painter, axes.foreground_axes.color, axes.boxwidth, axes.style,
                      Qt::MiterJoin);
-    // Each side runs half a line width past the corners, so they close.
-    const double dx = 0.5 * axes.boxwidth / w, dy = 0.5 * axes.boxwidth / h;
+    // Each side runs half a line width (in whole pixels) past the corners,
+    // so that wide lines close them.
+    const double dx = double(axes.boxwidth / 2) / w, dy = double(axes.boxwidth / 2) / h;
     const double left = -dx, right = 1.0 + dx, bottom = -dy, top = 1.0 + dy;
     if (debug)
         printf("KGRAxes::draw_box: %d %d %f %f %f %f\n", w, h, left, right, bottom, top);

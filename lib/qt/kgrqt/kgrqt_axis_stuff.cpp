@@ -149,8 +149,13 @@ void drawGraticule(QPainter& painter, KgrviewportItem* vp, bool meridians, const
     AxisRange axis;
     if (!axisRange(vp, meridians, &axis))
         return;
-    const double lo = meridians ? vp->bblonmin : vp->bblatmin;
-    const double hi = meridians ? vp->bblonmax : vp->bblatmax;
+    // The geographic box of the shown plane box, as the viewport works it
+    // out for maps.
+    double latmin = 0, latmax = 0, lonmin = 0, lonmax = 0;
+    kgrqt_delbox2llbox(vp->latr, vp->lonr, vp->xleft, vp->xright, vp->ybottom, vp->ytop, &latmin,
+                       &latmax, &lonmin, &lonmax);
+    const double lo = meridians ? lonmin : latmin;
+    const double hi = meridians ? lonmax : latmax;
     AxisFractions values;
     niceFractions(lo, hi, axis.pixels, big.incr, sml.incr, minspacing, &values,
                   [](double v) { return v; });

@@ -67,10 +67,12 @@ void secondTics(double lo, double hi, double step, int maxTics, std::vector<doub
     }
 }
 
-// Tics on the first of every months-th month, from the month of lo.
-void monthTics(double lo, double hi, int months, int maxTics, std::vector<double>* out)
+// Tics on the first of every months-th month, from the month of lo or,
+// for whole years, from January of its year.
+void monthTics(double lo, double hi, int months, bool fromJanuary, int maxTics,
+               std::vector<double>* out)
 {
-    const int month0 = calendarField(lo, "%m") - 1;
+    const int month0 = fromJanuary ? 0 : calendarField(lo, "%m") - 1;
     const int year0 = calendarField(lo, "%Y");
     for (int k = 0; (int)out->size() < maxTics && k <= maxTics * 4; ++k) {
         int index = month0 + k * months;
@@ -87,9 +89,9 @@ void calendarTics(double lo, double hi, double step, int maxTics, std::vector<do
     if (!(step > 0.0))
         return;
     if (step >= kYear)
-        monthTics(lo, hi, 12 * (int)lround(step / kYear), maxTics, out);
+        monthTics(lo, hi, 12 * (int)lround(step / kYear), true, maxTics, out);
     else if (step >= kMonth)
-        monthTics(lo, hi, (int)lround(step / kMonth), maxTics, out);
+        monthTics(lo, hi, (int)lround(step / kMonth), false, maxTics, out);
     else
         secondTics(lo, hi, step, maxTics, out);
 }
