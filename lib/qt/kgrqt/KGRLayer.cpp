@@ -52,14 +52,20 @@ void KGRLayer::init(KGRViewport* vp)
 
 void KGRLayer::setSize(int w, int h)
 {
-    if (layer.pixmap && layer.pixmap->width() == w && layer.pixmap->height() == h)
+    // The pixmap has the screen's pixels, so a high-density screen gets a
+    // sharp picture; items paint on it in the viewport's own units.
+    const qreal ratio = devicePixelRatioF();
+    const int pw = qRound(w * ratio), ph = qRound(h * ratio);
+    if (layer.pixmap && layer.pixmap->width() == pw && layer.pixmap->height() == ph &&
+        layer.pixmap->devicePixelRatio() == ratio)
         return;
     if (debug)
         printf("Clearing layer %s.\n", nameOf(this));
     delete layer.pixmap;
     layer.pixmap = nullptr;
     try {
-        layer.pixmap = new QPixmap(w, h);
+        layer.pixmap = new QPixmap(pw, ph);
+        layer.pixmap->setDevicePixelRatio(ratio);
         layer.pixmap->fill(Qt::transparent);
     } catch (const char*) {
         delete layer.pixmap;
