@@ -25,10 +25,15 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace
+cmake --build "$build" -j2 --target bench_trace bench_annotation
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_trace" \
     --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
     --benchmark_out="$build/bench_trace.json" --benchmark_out_format=json "$@"
+
+# Axes, grid and a time axis, against the same frame in Qwt and QCustomPlot.
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_annotation" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_annotation.json" --benchmark_out_format=json "$@"

@@ -295,6 +295,18 @@ void KGRAxes::draw(QPainter& painter)
     if (kgrqt_get_scales(vp, &w, &h, &x1, &x2, &sx, &y1, &y2, &sy) < 0)
         return;
     const bool map = vp->wtran == KGR_WTRAN_EDP;
+    // The raster engine draws long aliased lines far faster when clipped.
+    painter.save();
+    if (!painter.hasClipping())
+        painter.setClipRect(QRect(vp->header.x1, vp->header.y1, vp->header.x2 - vp->header.x1 + 1,
+                                  vp->header.y2 - vp->header.y1 + 1));
+    draw_annotation(painter, w, h, x1, x2, y1, y2, map);
+    painter.restore();
+}
+
+void KGRAxes::draw_annotation(QPainter& painter, int w, int h, double x1, double x2, double y1,
+                              double y2, bool map)
+{
     draw_box(w, h, painter);
     if (!map)
         draw_tics(w, h, painter);

@@ -695,6 +695,9 @@ public:
     void draw_power_of_ten(QPainter& painter, double fraction, double exponent, bool xaxis,
                            const char* gap);
     void draw(QPainter& painter);
+    // The parts of draw, in order, once the scales are known.
+    void draw_annotation(QPainter& painter, int w, int h, double x1, double x2, double y1,
+                         double y2, bool map);
 
     KgraxesItem axes;
     int debug = 0;
