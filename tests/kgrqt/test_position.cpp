@@ -122,6 +122,24 @@ TEST_F(PositionTest, SignedPixelsRoundHalfAwayFromZero)
     EXPECT_EQ(ret, 0);
 }
 
+TEST_F(PositionTest, RelativeToATextBox)
+{
+    KGRViewport viewport(nullptr);
+    KGRText text(&viewport, const_cast<char*>("t"), const_cast<char*>("0"), const_cast<char*>("0"));
+    text.text.fxbb = 50;
+    text.text.fybb = 20;
+    text.text.wbb = 80;
+    text.text.hbb = 30;
+    // "r" replaces the running sum, later terms add to it.
+    EXPECT_EQ(x("100+1r+5", &text), 135);
+    double px = 0, py = 0;
+    EXPECT_EQ(kgrqt_get_pixels(&vp, "0.5r", "1r", &px, &py, &text), 0);
+    EXPECT_EQ(px, 90);
+    EXPECT_EQ(py, 50);
+    // Without a text item an "r" term does nothing.
+    EXPECT_EQ(x("7+0.5r"), 7);
+}
+
 TEST_F(PositionTest, FailedScalesFail)
 {
     vp.w = 50; // narrower than the margins
