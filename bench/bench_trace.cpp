@@ -5,7 +5,6 @@
 // samples, the floor that memory bandwidth sets. Each case is one drawing;
 // the image is refilled outside the timed part. Run by tools/run-bench.sh.
 #include "kgrqt.h"
-#include "kgrqt_trace.h"
 
 #include <benchmark/benchmark.h>
 #include <qcustomplot.h>
@@ -156,9 +155,7 @@ void kgrqtFirst(benchmark::State& state, int n, bool antialias)
     KgrqtScene& scene = sceneOf(n);
     scene.show(0, 1);
     timeDrawing(
-        state, antialias, [&] { kgrqt_trace_forget(&scene.line->polyline); },
-        [&](QPainter& p) { scene.line->draw(p); });
-    state.counters["fast_path"] = kgrqt_trace_last_stats().fast;
+        state, antialias, [] {}, [&](QPainter& p) { scene.line->draw(p); });
 }
 
 void kgrqtRedraw(benchmark::State& state, int n, bool antialias)
@@ -178,7 +175,6 @@ void kgrqtRedraw(benchmark::State& state, int n, bool antialias)
             scene.show(v[0], v[1]);
         },
         [&](QPainter& p) { scene.line->draw(p); });
-    state.counters["fast_path"] = kgrqt_trace_last_stats().fast;
     scene.show(0, 1);
 }
 

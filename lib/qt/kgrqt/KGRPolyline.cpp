@@ -1,7 +1,6 @@
 // The polyline item: one line of points taken from a point vector, a time
 // history, an in-memory list or a built-in test curve.
 #include "kgrqt.h"
-#include "kgrqt_trace.h"
 
 #include <QColor>
 #include <QList>
@@ -63,7 +62,6 @@ void markIfChanged(HX_ConfigureSpec* spec, const KgrpolylineItem* item, int npts
 // so a later in-place refill sees what was really allocated.
 void replacePoints(KgrpolylineItem* item, int npts, double* x, double* y)
 {
-    kgrqt_trace_forget(item);
     free(item->xpts);
     free(item->ypts);
     item->npts = npts;
@@ -125,7 +123,6 @@ int polyline_parse_vector2(HX_ConfigureSpec* spec, HX_ClientData, char* value, c
     double* oldX = copyValues(item->xpts, oldN);
     double* oldY = copyValues(item->ypts, oldN);
     int npts = 0, spare = 0;
-    kgrqt_trace_forget(item);
     int result = hxvector2_get_points(handle, index, &npts, &spare, &item->xpts, &item->xpts_size,
                                       &item->ypts, &item->ypts_size, 0);
     if (result < 0) {
@@ -330,7 +327,6 @@ KGRPolyline::KGRPolyline(KGRViewport* viewport)
 
 KGRPolyline::~KGRPolyline()
 {
-    kgrqt_trace_forget(&polyline);
     KGR_ClearColor(&polyline.fill);
     KGR_ClearColor(&polyline.outline);
     free(polyline.label);
@@ -393,8 +389,6 @@ void KGRPolyline::draw(QPainter& painter)
     double x1, x2, sx, y1, y2, sy;
     if (!vp || polyline.npts < 1 || !polyline.xpts || !polyline.ypts ||
         kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) != 0)
-        return;
-    if (kgrqt_trace_draw(painter, &polyline, pw, ph))
         return;
     QPainterPath* path = polyline_build_path(&polyline);
     if (path)
