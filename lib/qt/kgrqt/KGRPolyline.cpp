@@ -1,6 +1,7 @@
 // The polyline item: one line of points taken from a point vector, a time
 // history, an in-memory list or a built-in test curve.
 #include "kgrqt.h"
+#include "kgrqt_trace.h"
 
 #include <QColor>
 #include <QList>
@@ -58,10 +59,19 @@ void markIfChanged(HX_ConfigureSpec* spec, const KgrpolylineItem* item, int npts
         spec->specFlags |= HX_CONFIGURE_CHANGED;
 }
 
+// A long trace is summarised as soon as it is loaded, so that every view,
+// the first one too, reads the summary and not the samples.
+void summarizeLongTrace(const KgrpolylineItem* item)
+{
+    if (item->npts >= kgrqt_trace_tuning().min_points && item->xpts && item->ypts)
+        kgrqt_trace_summary(item);
+}
+
 // Frees the item's arrays and takes over new ones; the capacities follow,
 // so a later in-place refill sees what was really allocated.
 void replacePoints(KgrpolylineItem* item, int npts, double* x, double* y)
 {
+    kgrqt_trace_forget(item);
     free(item->xpts);
     free(item->ypts);
     item->npts = npts;
@@ -69,6 +79,7 @@ void replacePoints(KgrpolylineItem* item, int npts, double* x, double* y)
     item->ypts = y;
     item->xpts_size = x ? npts : 0;
     item->ypts_size = y ? npts : 0;
+    summarizeLongTrace(item);
 }
 
 // Takes new points from a source, marking the row when they differ.
@@ -123,6 +134,7 @@ int polyline_parse_vector2(HX_ConfigureSpec* spec, HX_ClientData, char* value, c
     double* oldX = copyValues(item->xpts, oldN);
     double* oldY = copyValues(item->ypts, oldN);
     int npts = 0, spare = 0;
+    kgrqt_trace_forget(item);
     int result = hxvector2_get_points(handle, index, &npts, &spare, &item->xpts, &item->xpts_size,
                                       &item->ypts, &item->ypts_size, 0);
     if (result < 0) {
@@ -132,6 +144,7 @@ int polyline_parse_vector2(HX_ConfigureSpec* spec, HX_ClientData, char* value, c
         markIfChanged(spec, item, npts, oldX, oldY); // item->npts is still the old count
         replaceString(&item->vechandle, copy);
         item->npts = npts;
+        summarizeLongTrace(item);
     }
     free(oldX);
     free(oldY);
@@ -327,6 +340,7 @@ KGRPolyline::KGRPolyline(KGRViewport* viewport)
 
 KGRPolyline::~KGRPolyline()
 {
+    kgrqt_trace_forget(&polyline);
     KGR_ClearColor(&polyline.fill);
     KGR_ClearColor(&polyline.outline);
     free(polyline.label);
@@ -390,7 +404,14 @@ void KGRPolyline::draw(QPainter& painter)
     if (!vp || polyline.npts < 1 || !polyline.xpts || !polyline.ypts ||
         kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) != 0)
         return;
-    QPainterPath* path = polyline_build_path(&polyline);
+    // A long trace sorted in x is drawn from its reduction to what each
+    // pixel column shows; a filled one keeps its whole outline.
+    QPainterPath* path = nullptr;
+    if (!polyline.fill.color && polyline.outline.color)
+        path = kgrqt_trace_path(&polyline, pw, ph, polyline.linewidth,
+                                painter.testRenderHint(QPainter::Antialiasing));
+    if (!path)
+        path = polyline_build_path(&polyline);
     if (path)
         polyline_draw_path(painter, &polyline, pw, ph, *path);
     delete path;
