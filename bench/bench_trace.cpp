@@ -280,10 +280,6 @@ int main(int argc, char** argv)
 {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
-    if (getenv("TC"))
-        kgrqt_trace_tuning().cells = atoi(getenv("TC"));
-    if (getenv("TNB"))
-        kgrqt_trace_tuning().inset = 1e9;
     registerAll();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

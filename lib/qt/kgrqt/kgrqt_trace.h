@@ -15,6 +15,7 @@
 #define KGRQT_TRACE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 class QPainterPath;
@@ -30,6 +31,10 @@ struct KgrqtTraceSummary {
     // lo[level][block], hi[level][block]; lo is NaN for a block that holds
     // a sample which is not a plain finite value (a break, NaN, infinity).
     std::vector<std::vector<double>> lo, hi;
+    // loChild[level - 1][block]: which of the 16 blocks below holds the
+    // block's minimum (the first that does); hiChild the same for the
+    // maximum. Level 0 has none: its samples are searched.
+    std::vector<std::vector<uint8_t>> loChild, hiChild;
     size_t bytes() const;
 };
 
@@ -45,7 +50,7 @@ struct KgrqtTraceExtremes {
 };
 
 // The extremes of samples [from, to) of a summarised trace, reading whole
-// blocks where they fit and going down through the blocks that hold the
+// blocks where they fit and going down from the blocks that hold the
 // extremes to find their samples; false when the range is empty or a
 // sample in it is not a plain finite value, so the caller must look at the
 // samples themselves.

@@ -6,9 +6,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <unordered_map>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -26,36 +31,82 @@ bool plain(double v)
     return std::fabs(v) < kPlain;
 }
 
+// Minimum and maximum of y over samples [from, to), and whether any y is
+// not a plain finite value or any x is not above or at the one before it
+// (NaN included). Scalar; used for short blocks and without SSE2.
+struct BlockScan {
+    double mn, mx;
+    bool bad, unsorted;
+};
+
+BlockScan scanScalar(const double* x, const double* y, long from, long to)
+{
+    BlockScan r{y[from], y[from], false, false};
+    for (long k = from; k < to; ++k) {
+        const double v = y[k];
+        r.mn = v < r.mn ? v : r.mn;
+        r.mx = v > r.mx ? v : r.mx;
+        r.bad |= !plain(v);
+        r.unsorted |= k > 0 && !(x[k] >= x[k - 1]);
+    }
+    return r;
+}
+
+#ifdef __SSE2__
+// The same for a whole block of 16 samples that has one before it, two
+// samples at a time: this pass reads every point once, so it should cost
+// little more than the reading.
+BlockScan scanBlock(const double* x, const double* y, long from)
+{
+    const double* yb = y + from;
+    const double* xb = x + from;
+    __m128d mn = _mm_loadu_pd(yb), mx = mn;
+    __m128d bad = _mm_setzero_pd(), unsorted = _mm_setzero_pd();
+    const __m128d zero = _mm_setzero_pd();
+    for (long k = 0; k < kBlock; k += 2) {
+        const __m128d v = _mm_loadu_pd(yb + k);
+        mn = _mm_min_pd(mn, v);
+        mx = _mm_max_pd(mx, v);
+        // v - v is 0 for a finite value and NaN for NaN or infinity.
+        bad = _mm_or_pd(bad, _mm_cmpneq_pd(_mm_sub_pd(v, v), zero));
+        const __m128d xv = _mm_loadu_pd(xb + k), xp = _mm_loadu_pd(xb + k - 1);
+        unsorted = _mm_or_pd(unsorted, _mm_cmpnge_pd(xv, xp));
+    }
+    double lo[2], hi[2];
+    _mm_storeu_pd(lo, mn);
+    _mm_storeu_pd(hi, mx);
+    BlockScan r{std::min(lo[0], lo[1]), std::max(hi[0], hi[1]), _mm_movemask_pd(bad) != 0,
+                _mm_movemask_pd(unsorted) != 0};
+    // The break marker is finite: it shows in the extremes.
+    r.bad |= !plain(r.mn) || !plain(r.mx);
+    return r;
+}
+#else
+BlockScan scanBlock(const double* x, const double* y, long from)
+{
+    return scanScalar(x, y, from, from + kBlock);
+}
+#endif
+
 // The first level, straight from the samples; also decides whether x is
-// sorted and free of breaks. Written without early exits so that the
-// compiler keeps the loop branch-free.
+// sorted and free of breaks.
 void summarizeSamples(KgrqtTraceSummary* s, const double* x, const double* y, long n)
 {
     const long blocks = (n + kBlock - 1) / kBlock;
     std::vector<double>& lo = s->lo.emplace_back(blocks);
     std::vector<double>& hi = s->hi.emplace_back(blocks);
-    bool sorted = true;
+    bool unsorted = false;
     for (long b = 0; b < blocks; ++b) {
         const long from = b * kBlock;
-        const long len = from + kBlock <= n ? kBlock : n - from;
-        const double* yb = y + from;
-        const double* xb = x + from;
-        double mn = yb[0], mx = yb[0];
-        bool ok = true, ordered = from == 0 || xb[0] >= xb[-1];
-        for (long k = 0; k < len; ++k) {
-            const double v = yb[k];
-            mn = v < mn ? v : mn;
-            mx = v > mx ? v : mx;
-            ok &= plain(v);
-            ordered &= plain(xb[k]);
-        }
-        for (long k = 1; k < len; ++k)
-            ordered &= xb[k] >= xb[k - 1];
-        sorted &= ordered;
-        lo[b] = ok ? mn : kNaN;
-        hi[b] = mx;
+        const BlockScan r = from > 0 && from + kBlock <= n
+                                ? scanBlock(x, y, from)
+                                : scanScalar(x, y, from, std::min(n, from + kBlock));
+        unsorted |= r.unsorted;
+        lo[b] = r.bad ? kNaN : r.mn;
+        hi[b] = r.mx;
     }
-    s->sorted = sorted;
+    // Sorted, x is plain when its ends are.
+    s->sorted = !unsorted && plain(x[0]) && plain(x[n - 1]);
 }
 
 // A further level from the one below; a block with a marked child is
@@ -66,21 +117,28 @@ void summarizeLevel(KgrqtTraceSummary* s)
     const long n = static_cast<long>(below_lo.size());
     const long blocks = (n + kBlock - 1) / kBlock;
     std::vector<double> lo(blocks), hi(blocks);
+    std::vector<uint8_t> loChild(blocks), hiChild(blocks);
     for (long b = 0; b < blocks; ++b) {
         const long from = b * kBlock;
         const long to = std::min(n, from + kBlock);
-        double mn = below_lo[from], mx = below_hi[from];
+        long mn = from, mx = from;
         bool ok = true;
         for (long k = from; k < to; ++k) {
             ok &= !std::isnan(below_lo[k]);
-            mn = std::min(mn, below_lo[k]);
-            mx = std::max(mx, below_hi[k]);
+            if (below_lo[k] < below_lo[mn])
+                mn = k;
+            if (below_hi[k] > below_hi[mx])
+                mx = k;
         }
-        lo[b] = ok ? mn : kNaN;
-        hi[b] = mx;
+        lo[b] = ok ? below_lo[mn] : kNaN;
+        hi[b] = below_hi[mx];
+        loChild[b] = static_cast<uint8_t>(mn - from);
+        hiChild[b] = static_cast<uint8_t>(mx - from);
     }
     s->lo.push_back(std::move(lo));
     s->hi.push_back(std::move(hi));
+    s->loChild.push_back(std::move(loChild));
+    s->hiChild.push_back(std::move(hiChild));
 }
 
 // An extreme of a range and the sample or block that holds it.
@@ -98,29 +156,24 @@ struct Found {
     }
 };
 
-// The first sample of a block that holds its extreme, found by going down
-// the levels: at each one the first child whose extreme is the block's.
+// The first sample of a block that holds its extreme: down the levels
+// through the child each block names, then among the block's samples.
 long locate(const KgrqtTraceSummary& s, Found f, bool low, long* read)
 {
-    for (int level = f.level; level >= 0; --level) {
-        const long first = f.index << kShift;
-        if (level == 0) {
-            const long end = std::min(s.n, first + kBlock);
-            for (long i = first; i < end; ++i) {
-                ++*read;
-                if (s.y[i] == f.value)
-                    return i;
-            }
-            return first;
-        }
-        const std::vector<double>& below = low ? s.lo[level - 1] : s.hi[level - 1];
-        const long end = std::min(static_cast<long>(below.size()), first + kBlock);
-        long child = first;
-        while (child + 1 < end && below[child] != f.value)
-            ++child;
-        f.index = child;
+    for (int level = f.level; level > 0; --level) {
+        const std::vector<uint8_t>& child = low ? s.loChild[level - 1] : s.hiChild[level - 1];
+        f.index = (f.index << kShift) + child[f.index];
     }
-    return f.index;
+    if (f.level < 0)
+        return f.index;
+    const long first = f.index << kShift;
+    const long end = std::min(s.n, first + kBlock);
+    for (long i = first; i < end; ++i) {
+        ++*read;
+        if (s.y[i] == f.value)
+            return i;
+    }
+    return first;
 }
 
 struct Kept {
@@ -141,6 +194,8 @@ size_t KgrqtTraceSummary::bytes() const
     size_t total = 0;
     for (size_t i = 0; i < lo.size(); ++i)
         total += (lo[i].size() + hi[i].size()) * sizeof(double);
+    for (size_t i = 0; i < loChild.size(); ++i)
+        total += loChild[i].size() + hiChild[i].size();
     return total;
 }
 
