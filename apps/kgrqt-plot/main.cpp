@@ -1,13 +1,17 @@
 // Plots one seismic trace from a miniSEED file or a two-column text file.
 //
 //   kgrqt-plot [--snapshot FILE.png] [--size WIDTHxHEIGHT] [--color COLOUR] FILE
+//   kgrqt-plot [...] --synthetic N
 //
+// --synthetic N plots a random walk of N samples at 100 Hz instead of a
+// file (10000000 is a day of a 100 Hz channel plus a sixth).
 // With a display the plot opens in a window: the wheel zooms about the
 // pointer, dragging pans. Without one (or with --snapshot) it is rendered
 // into a PNG file whose path is printed. A file that cannot be read ends
 // the program with exit code 2.
 #include "PlotView.h"
 #include "plot_trace.h"
+#include "synthetic_trace.h"
 
 #include "kgrqt.h"
 
@@ -24,7 +28,8 @@
 namespace {
 
 const char* const kUsage =
-    "usage: kgrqt-plot [--snapshot FILE.png] [--size WIDTHxHEIGHT] [--color COLOUR] FILE\n";
+    "usage: kgrqt-plot [--snapshot FILE.png] [--size WIDTHxHEIGHT] [--color COLOUR] FILE\n"
+    "       kgrqt-plot [...] --synthetic N\n";
 const char* const kTraceVector = "kgrqt-plot";
 
 struct Options {
@@ -33,6 +38,7 @@ struct Options {
     const char* colour = "navy";
     int width = 900;
     int height = 400;
+    long synthetic = 0; // samples of a synthetic trace instead of a file
 };
 
 bool parseSize(const char* text, int* width, int* height)
@@ -57,6 +63,12 @@ bool parseOptions(int argc, char** argv, Options* options)
                 fprintf(stderr, "kgrqt-plot: bad size '%s' (50x50 to 10000x10000)\n", argv[i]);
                 return false;
             }
+        } else if (strcmp(arg, "--synthetic") == 0 && hasValue) {
+            if (!plot_parse_synthetic(argv[++i], &options->synthetic)) {
+                fprintf(stderr, "kgrqt-plot: bad sample count '%s' (%ld to %ld)\n", argv[i],
+                        kPlotSyntheticMin, kPlotSyntheticMax);
+                return false;
+            }
         } else if (arg[0] == '-' && arg[1] != '\0') {
             fprintf(stderr, "kgrqt-plot: unknown option '%s'\n%s", arg, kUsage);
             return false;
@@ -67,9 +79,13 @@ bool parseOptions(int argc, char** argv, Options* options)
             return false;
         }
     }
-    if (!options->file)
+    if (options->file && options->synthetic) {
+        fprintf(stderr, "kgrqt-plot: a file or --synthetic, not both\n%s", kUsage);
+        return false;
+    }
+    if (!options->file && !options->synthetic)
         fprintf(stderr, "%s", kUsage);
-    return options->file != nullptr;
+    return options->file != nullptr || options->synthetic > 0;
 }
 
 // Prints the register's messages after a short lead, then empties it.
@@ -134,8 +150,11 @@ int main(int argc, char** argv)
     if (!hasDisplay())
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
     PlotTrace trace;
-    if (plot_read_trace(options.file, &trace) < 0 || plot_publish(trace, kTraceVector) < 0) {
-        reportFailure((std::string("cannot plot '") + options.file + "'").c_str());
+    const int read = options.synthetic ? plot_synthetic_trace(options.synthetic, 1, &trace)
+                                       : plot_read_trace(options.file, &trace);
+    if (read < 0 || plot_publish(trace, kTraceVector) < 0) {
+        const std::string what = options.synthetic ? "a synthetic trace" : options.file;
+        reportFailure(("cannot plot '" + what + "'").c_str());
         return 2;
     }
     describe(trace);

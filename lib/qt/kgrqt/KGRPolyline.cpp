@@ -59,6 +59,14 @@ void markIfChanged(HX_ConfigureSpec* spec, const KgrpolylineItem* item, int npts
         spec->specFlags |= HX_CONFIGURE_CHANGED;
 }
 
+// A long trace is summarised as soon as it is loaded, so that every view,
+// the first one too, reads the summary and not the samples.
+void summarizeLongTrace(const KgrpolylineItem* item)
+{
+    if (item->npts >= kgrqt_trace_tuning().min_points && item->xpts && item->ypts)
+        kgrqt_trace_summary(item);
+}
+
 // Frees the item's arrays and takes over new ones; the capacities follow,
 // so a later in-place refill sees what was really allocated.
 void replacePoints(KgrpolylineItem* item, int npts, double* x, double* y)
@@ -71,6 +79,7 @@ void replacePoints(KgrpolylineItem* item, int npts, double* x, double* y)
     item->ypts = y;
     item->xpts_size = x ? npts : 0;
     item->ypts_size = y ? npts : 0;
+    summarizeLongTrace(item);
 }
 
 // Takes new points from a source, marking the row when they differ.
@@ -135,6 +144,7 @@ int polyline_parse_vector2(HX_ConfigureSpec* spec, HX_ClientData, char* value, c
         markIfChanged(spec, item, npts, oldX, oldY); // item->npts is still the old count
         replaceString(&item->vechandle, copy);
         item->npts = npts;
+        summarizeLongTrace(item);
     }
     free(oldX);
     free(oldY);
@@ -394,9 +404,14 @@ void KGRPolyline::draw(QPainter& painter)
     if (!vp || polyline.npts < 1 || !polyline.xpts || !polyline.ypts ||
         kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) != 0)
         return;
-    if (kgrqt_trace_draw(painter, &polyline, pw, ph))
-        return;
-    QPainterPath* path = polyline_build_path(&polyline);
+    // A long trace sorted in x is drawn from its reduction to what each
+    // pixel column shows; a filled one keeps its whole outline.
+    QPainterPath* path = nullptr;
+    if (!polyline.fill.color && polyline.outline.color)
+        path = kgrqt_trace_path(&polyline, pw, ph, polyline.linewidth,
+                                painter.testRenderHint(QPainter::Antialiasing));
+    if (!path)
+        path = polyline_build_path(&polyline);
     if (path)
         polyline_draw_path(painter, &polyline, pw, ph, *path);
     delete path;
