@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   cmake make g++ pkg-config
-  qtbase5-dev
+  qtbase5-dev libqt5svg5-dev
   libmseed-dev
   libgtest-dev googletest
   clang libclang-rt-14-dev clang-format

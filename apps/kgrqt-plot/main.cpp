@@ -1,14 +1,17 @@
-// Plots one seismic trace from a miniSEED file or a two-column text file.
+// Plots the channels of a miniSEED file, stacked on one time axis, or the
+// trace of a two-column text file.
 //
-//   kgrqt-plot [--snapshot FILE.png] [--size WIDTHxHEIGHT] [--color COLOUR] FILE
+//   kgrqt-plot [--snapshot FILE] [--size WIDTHxHEIGHT] [--ratio R] [--color COLOUR] FILE
 //   kgrqt-plot [...] --synthetic N
 //
 // --synthetic N plots a random walk of N samples at 100 Hz instead of a
 // file (10000000 is a day of a 100 Hz channel plus a sixth).
 // With a display the plot opens in a window: the wheel zooms about the
-// pointer, dragging pans. Without one (or with --snapshot) it is rendered
-// into a PNG file whose path is printed. A file that cannot be read ends
-// the program with exit code 2.
+// pointer, dragging pans, the buttons toggle the grid, the crosshairs and a
+// logarithmic amplitude scale. Without one (or with --snapshot) it is
+// rendered into a file whose path is printed: SVG or PDF when its name
+// ends so, PNG otherwise (at R device pixels a pixel with --ratio). A file
+// that cannot be read ends the program with exit code 2.
 #include "PlotView.h"
 #include "plot_trace.h"
 #include "synthetic_trace.h"
@@ -20,16 +23,23 @@
 #include <QGuiApplication>
 #include <QImage>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
 const char* const kUsage =
-    "usage: kgrqt-plot [--snapshot FILE.png] [--size WIDTHxHEIGHT] [--color COLOUR] FILE\n"
+    "usage: kgrqt-plot [--snapshot FILE.png|.svg|.pdf] [--size WIDTHxHEIGHT]\n"
+    "                  [--ratio R] [--color COLOUR] FILE\n"
     "       kgrqt-plot [...] --synthetic N\n";
+// The most channels of one file shown stacked.
+const int kMaxChannels = 12;
+// Line colours of the channels after the first.
+const char* const kChannelColours[] = {"darkred", "darkgreen", "purple", "teal", "saddlebrown"};
 const char* const kTraceVector = "kgrqt-plot";
 
 struct Options {
@@ -38,8 +48,16 @@ struct Options {
     const char* colour = "navy";
     int width = 900;
     int height = 400;
-    long synthetic = 0; // samples of a synthetic trace instead of a file
+    long synthetic = 0;          // samples of a synthetic trace instead of a file
+    const char* ratio = nullptr; // device pixels per pixel of a PNG snapshot
 };
+
+bool parseRatio(const char* text)
+{
+    char* end = nullptr;
+    const double r = strtod(text, &end);
+    return end != text && *end == '\0' && r >= 1 && r <= 8;
+}
 
 bool parseSize(const char* text, int* width, int* height)
 {
@@ -56,6 +74,12 @@ bool parseOptions(int argc, char** argv, Options* options)
         const bool hasValue = i + 1 < argc;
         if (strcmp(arg, "--snapshot") == 0 && hasValue) {
             options->snapshot = argv[++i];
+        } else if (strcmp(arg, "--ratio") == 0 && hasValue) {
+            options->ratio = argv[++i];
+            if (!parseRatio(options->ratio)) {
+                fprintf(stderr, "kgrqt-plot: bad ratio '%s' (1 to 8)\n", options->ratio);
+                return false;
+            }
         } else if (strcmp(arg, "--color") == 0 && hasValue) {
             options->colour = argv[++i];
         } else if (strcmp(arg, "--size") == 0 && hasValue) {
@@ -105,25 +129,69 @@ std::string timeText(double epoch)
     return s;
 }
 
-void describe(const PlotTrace& trace)
+// The handle under which channel i is published for its polyline.
+std::string handleOf(int i)
+{
+    return std::string(kTraceVector) + "-" + std::to_string(i);
+}
+
+void describe(const PlotTrace& trace, const std::string& handle)
 {
     double x0 = 0, x1 = 0, y0 = 0, y1 = 0;
-    hxvector_extent(kTraceVector, &x0, &x1, &y0, &y1);
+    hxvector_extent(handle.c_str(), &x0, &x1, &y0, &y1);
     printf("%s: %zu points in %d segment%s, %s to %s, values %g to %g\n", trace.name.c_str(),
            trace.x.size() - (trace.segments - 1), trace.segments, trace.segments == 1 ? "" : "s",
            timeText(x0).c_str(), timeText(x1).c_str(), y0, y1);
-    if (trace.otherChannels > 0)
-        printf("(%d more channel%s in the file not shown)\n", trace.otherChannels,
-               trace.otherChannels == 1 ? "" : "s");
 }
 
-int writeSnapshot(PlotView& view, const char* path)
+// A channel's title: its name with dots, and when it starts.
+std::string titleOf(const PlotTrace& trace)
 {
-    if (!view.render().save(path, "PNG")) {
-        fprintf(stderr, "kgrqt-plot: cannot write '%s'\n", path);
-        return 2;
+    std::string name = trace.name;
+    for (char& c : name)
+        if (c == '_')
+            c = '.';
+    const double start = trace.x.empty() ? 0 : trace.x.front();
+    return name + "   " + timeText(start).substr(0, 19).replace(10, 1, " ") + " UTC";
+}
+
+// Reads the file or makes the synthetic trace; false after reporting why.
+bool readChannels(const Options& options, std::vector<PlotTrace>* traces)
+{
+    int read = 0;
+    if (options.synthetic) {
+        traces->assign(1, PlotTrace());
+        read = plot_synthetic_trace(options.synthetic, 1, &traces->front());
+    } else {
+        read = plot_read_channels(options.file, kMaxChannels, traces);
     }
-    printf("Snapshot written to %s\n", QDir(path).absolutePath().toLocal8Bit().constData());
+    for (size_t i = 0; read == 0 && i < traces->size(); ++i)
+        read = plot_publish((*traces)[i], handleOf(static_cast<int>(i)).c_str());
+    if (read < 0) {
+        const std::string what = options.synthetic ? "a synthetic trace" : options.file;
+        reportFailure(("cannot plot '" + what + "'").c_str());
+        return false;
+    }
+    for (size_t i = 0; i < traces->size(); ++i)
+        describe((*traces)[i], handleOf(static_cast<int>(i)));
+    if (!traces->empty() && traces->front().otherChannels > 0)
+        printf("(%d more channel%s in the file not shown)\n", traces->front().otherChannels,
+               traces->front().otherChannels == 1 ? "" : "s");
+    return true;
+}
+
+int showChannels(PlotView& view, const Options& options, const std::vector<PlotTrace>& traces)
+{
+    for (size_t i = 0; i < traces.size(); ++i) {
+        const char* colour =
+            i == 0 ? options.colour
+                   : kChannelColours[(i - 1) % (sizeof kChannelColours / sizeof *kChannelColours)];
+        if (view.showTrace(handleOf(static_cast<int>(i)).c_str(), titleOf(traces[i]).c_str(),
+                           colour) < 0) {
+            reportFailure("cannot show the trace");
+            return -1;
+        }
+    }
     return 0;
 }
 
@@ -149,27 +217,26 @@ int main(int argc, char** argv)
     // Without a display, render off screen into a file.
     if (!hasDisplay())
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    PlotTrace trace;
-    const int read = options.synthetic ? plot_synthetic_trace(options.synthetic, 1, &trace)
-                                       : plot_read_trace(options.file, &trace);
-    if (read < 0 || plot_publish(trace, kTraceVector) < 0) {
-        const std::string what = options.synthetic ? "a synthetic trace" : options.file;
-        reportFailure(("cannot plot '" + what + "'").c_str());
+    // A snapshot at R device pixels a pixel is what a screen of that
+    // density shows.
+    if (options.ratio)
+        setenv("QT_SCALE_FACTOR", options.ratio, 1);
+    std::vector<PlotTrace> traces;
+    if (!readChannels(options, &traces))
         return 2;
-    }
-    describe(trace);
     QApplication app(argc, argv);
     if (!options.snapshot && isHeadless())
         options.snapshot = "kgrqt-plot.png";
     try {
-        PlotView view(options.width, options.height);
-        if (view.showTrace(kTraceVector, trace.name.c_str(), options.colour) < 0) {
-            reportFailure("cannot show the trace");
+        // Stacked channels get the window's height each, up to a screenful.
+        const int channels = static_cast<int>(traces.size());
+        const int height = std::min(options.height * channels, std::max(options.height, 1000));
+        PlotView view(options.width, height);
+        if (showChannels(view, options, traces) < 0)
             return 2;
-        }
         if (options.snapshot)
-            return writeSnapshot(view, options.snapshot);
-        view.viewport()->show();
+            return plot_write_snapshot(view, options.snapshot) < 0 ? 2 : 0;
+        view.window()->show();
         return app.exec();
     } catch (const char* message) {
         fprintf(stderr, "kgrqt-plot: %s\n", message);

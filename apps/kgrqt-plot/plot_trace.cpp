@@ -114,42 +114,83 @@ void appendSegment(const MSTrace* t, PlotTrace* trace)
     }
 }
 
-// The segments of the first channel of a group, in time order.
-std::vector<MSTrace*> firstChannel(MSTraceGroup* group, int* otherChannels)
+// The channel names of a group, in the order they first appear.
+std::vector<std::string> channelNames(MSTraceGroup* group)
 {
-    std::vector<MSTrace*> segments;
-    std::vector<std::string> others;
-    const std::string first = sourceName(group->traces);
+    std::vector<std::string> names;
     for (MSTrace* t = group->traces; t; t = t->next) {
         const std::string name = sourceName(t);
-        if (name == first)
-            segments.push_back(t);
-        else if (std::find(others.begin(), others.end(), name) == others.end())
-            others.push_back(name);
+        if (std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
     }
+    return names;
+}
+
+// The segments of one channel of a group, in time order.
+std::vector<MSTrace*> channelSegments(MSTraceGroup* group, const std::string& name)
+{
+    std::vector<MSTrace*> segments;
+    for (MSTrace* t = group->traces; t; t = t->next)
+        if (sourceName(t) == name)
+            segments.push_back(t);
     std::stable_sort(segments.begin(), segments.end(), [](const MSTrace* a, const MSTrace* b) {
         return a->starttime < b->starttime;
     });
-    *otherChannels = static_cast<int>(others.size());
     return segments;
 }
 
-int convertGroup(const char* path, MSTraceGroup* group, PlotTrace* trace)
+int convertChannel(const char* path, MSTraceGroup* group, const std::string& name, PlotTrace* trace)
 {
-    if (!group || !group->traces) {
-        hx_register_error(0, "plot_read_mseed: %s: no data records\n", path);
-        return -1;
-    }
     PlotTrace result;
-    const std::vector<MSTrace*> segments = firstChannel(group, &result.otherChannels);
-    result.name = sourceName(segments.front());
-    for (const MSTrace* t : segments) {
+    result.name = name;
+    for (const MSTrace* t : channelSegments(group, name)) {
         if (!checkSegment(path, t, result.name))
             return -1;
         appendSegment(t, &result);
     }
     *trace = std::move(result);
     return 0;
+}
+
+// Up to maxChannels channels of a group, in the order of the file.
+int convertGroup(const char* path, MSTraceGroup* group, int maxChannels,
+                 std::vector<PlotTrace>* traces)
+{
+    if (!group || !group->traces) {
+        hx_register_error(0, "plot_read_mseed: %s: no data records\n", path);
+        return -1;
+    }
+    const std::vector<std::string> names = channelNames(group);
+    const int shown = std::min<int>(maxChannels, static_cast<int>(names.size()));
+    std::vector<PlotTrace> result(shown);
+    for (int i = 0; i < shown; ++i) {
+        if (convertChannel(path, group, names[i], &result[i]) < 0)
+            return -1;
+        result[i].otherChannels = static_cast<int>(names.size()) - shown;
+    }
+    *traces = std::move(result);
+    return 0;
+}
+
+// Reads a miniSEED file into a trace group, or registers why not.
+MSTraceGroup* readGroup(const char* path)
+{
+    mseedLog.clear();
+    // Null prefixes keep libmseed's own ("Error: ").
+    ms_loginit(keepMseedMessage, nullptr, keepMseedMessage, nullptr);
+    MSTraceGroup* group = nullptr;
+    // Record lengths detected one by one, default time and rate tolerances,
+    // data records only, samples unpacked.
+    const int status = ms_readtraces(&group, path, -1, -1.0, -1.0, 0, 1, 1, 0);
+    if (status == MS_NOERROR) {
+        mseedLog.clear();
+        return group;
+    }
+    registerMseedLog(path);
+    hx_register_error(0, "plot_read_mseed: Cannot read '%s': %s\n", path, ms_errorstr(status));
+    if (group)
+        mst_freegroup(&group);
+    return nullptr;
 }
 
 // ------------------------------------------------------------------- text
@@ -193,30 +234,27 @@ bool plot_is_mseed(const char* path)
     return n >= 48 && ms_detect(header, static_cast<int>(n)) >= 0;
 }
 
-int plot_read_mseed(const char* path, PlotTrace* trace)
+int plot_read_mseed_channels(const char* path, int maxChannels, std::vector<PlotTrace>* traces)
 {
     if (!path) {
         hx_register_error(0, "plot_read_mseed: no file\n");
         return -1;
     }
-    mseedLog.clear();
-    // Null prefixes keep libmseed's own ("Error: ").
-    ms_loginit(keepMseedMessage, nullptr, keepMseedMessage, nullptr);
-    MSTraceGroup* group = nullptr;
-    // Record lengths detected one by one, default time and rate tolerances,
-    // data records only, samples unpacked.
-    const int status = ms_readtraces(&group, path, -1, -1.0, -1.0, 0, 1, 1, 0);
-    int result = -1;
-    if (status != MS_NOERROR) {
-        registerMseedLog(path);
-        hx_register_error(0, "plot_read_mseed: Cannot read '%s': %s\n", path, ms_errorstr(status));
-    } else {
-        mseedLog.clear();
-        result = convertGroup(path, group, trace);
-    }
-    if (group)
-        mst_freegroup(&group);
+    MSTraceGroup* group = readGroup(path);
+    if (!group)
+        return -1;
+    const int result = convertGroup(path, group, maxChannels, traces);
+    mst_freegroup(&group);
     return result;
+}
+
+int plot_read_mseed(const char* path, PlotTrace* trace)
+{
+    std::vector<PlotTrace> traces;
+    if (plot_read_mseed_channels(path, 1, &traces) < 0)
+        return -1;
+    *trace = std::move(traces.front());
+    return 0;
 }
 
 int plot_read_text(const char* path, PlotTrace* trace)
@@ -243,6 +281,14 @@ int plot_read_text(const char* path, PlotTrace* trace)
 int plot_read_trace(const char* path, PlotTrace* trace)
 {
     return plot_is_mseed(path) ? plot_read_mseed(path, trace) : plot_read_text(path, trace);
+}
+
+int plot_read_channels(const char* path, int maxChannels, std::vector<PlotTrace>* traces)
+{
+    if (plot_is_mseed(path))
+        return plot_read_mseed_channels(path, maxChannels, traces);
+    traces->assign(1, PlotTrace());
+    return plot_read_text(path, &traces->front());
 }
 
 int plot_publish(const PlotTrace& trace, const char* name)

@@ -28,8 +28,15 @@ int plot_read_mseed(const char* path, PlotTrace* trace);
 // "#" comments; x may be any time str2epoch reads. 0, or -1 as above.
 int plot_read_text(const char* path, PlotTrace* trace);
 
+// Reads up to maxChannels channels of a miniSEED file, in the order they
+// first appear, each with all its segments in time order. 0, or -1 as above.
+int plot_read_mseed_channels(const char* path, int maxChannels, std::vector<PlotTrace>* traces);
+
 // plot_read_mseed or plot_read_text, as the file's first bytes say.
 int plot_read_trace(const char* path, PlotTrace* trace);
+
+// Every channel of a file, at most maxChannels (a text file has one).
+int plot_read_channels(const char* path, int maxChannels, std::vector<PlotTrace>* traces);
 
 // Makes the trace the time history `name`, for a polyline's "thistory".
 // 0, or -1 as above.

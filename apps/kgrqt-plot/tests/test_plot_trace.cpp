@@ -291,3 +291,50 @@ TEST_F(PlotTraceTest, PublishingMakesATimeHistory)
     EXPECT_EQ(y1, 4);
     hxvector_free("plot-test");
 }
+
+TEST_F(PlotTraceTest, EveryChannelIsReadInTheOrderOfTheFile)
+{
+    const int32_t z[] = {1, 2, 3};
+    const int32_t n[] = {4, 5};
+    const int32_t e[] = {6};
+    writeSegment("STZ", 1000, 1.0, 'i', z, 3, DE_INT32);
+    writeSegment("STN", 1000, 1.0, 'i', n, 2, DE_INT32);
+    writeSegment("STE", 1000, 1.0, 'i', e, 1, DE_INT32);
+    writeSegment("STZ", 2000, 1.0, 'i', e, 1, DE_INT32);
+    std::vector<PlotTrace> traces;
+    ASSERT_EQ(plot_read_channels(path.c_str(), 12, &traces), 0) << takeRegister();
+    ASSERT_EQ(traces.size(), 3u);
+    EXPECT_EQ(traces[0].name, "XX_STZ__BHZ");
+    EXPECT_EQ(traces[0].segments, 2);
+    EXPECT_EQ(traces[0].y, (std::vector<double>{1, 2, 3, 2e30, 6}));
+    EXPECT_EQ(traces[1].name, "XX_STN__BHZ");
+    EXPECT_EQ(traces[1].y, (std::vector<double>{4, 5}));
+    EXPECT_EQ(traces[2].name, "XX_STE__BHZ");
+    EXPECT_EQ(traces[2].otherChannels, 0);
+    // At most as many as asked; the others are counted.
+    ASSERT_EQ(plot_read_channels(path.c_str(), 2, &traces), 0);
+    ASSERT_EQ(traces.size(), 2u);
+    EXPECT_EQ(traces[0].otherChannels, 1);
+}
+
+TEST_F(PlotTraceTest, ATextFileIsOneChannel)
+{
+    write("1000 1\n1001 2\n");
+    std::vector<PlotTrace> traces;
+    ASSERT_EQ(plot_read_channels(path.c_str(), 12, &traces), 0) << takeRegister();
+    ASSERT_EQ(traces.size(), 1u);
+    EXPECT_EQ(traces[0].y, (std::vector<double>{1, 2}));
+}
+
+TEST_F(PlotTraceTest, ABadChannelFailsTheWholeFile)
+{
+    const int32_t z[] = {1, 2};
+    writeSegment("STZ", 1000, 1.0, 'i', z, 2, DE_INT32);
+    writeSegment("TXT", 1000, 1.0, 'a', "ab", 2, DE_ASCII);
+    std::vector<PlotTrace> traces(1);
+    traces[0].name = "untouched";
+    EXPECT_EQ(plot_read_channels(path.c_str(), 12, &traces), -1);
+    EXPECT_NE(takeRegister().find("holds no numeric samples"), std::string::npos);
+    ASSERT_EQ(traces.size(), 1u);
+    EXPECT_EQ(traces[0].name, "untouched");
+}
