@@ -421,3 +421,15 @@ TEST_F(AxesTest, PaintsIntoALayer)
     EXPECT_TRUE(isRed(image.pixel(px(0.125), py(0))));
     EXPECT_TRUE(isRed(layer.layer.pixmap->toImage().pixel(px(0.125), py(0))));
 }
+
+TEST_F(AxesTest, HiddenXAxisKeepsBoxAndYAxis)
+{
+    ASSERT_EQ(axes->configure("xvisible", "0", kEnd), 0);
+    QImage image = render();
+    EXPECT_TRUE(isRed(image.pixel(px(0.125), py(0))));     // the box
+    EXPECT_FALSE(isRed(image.pixel(px(0.25), py(0) - 5))); // no x tics
+    EXPECT_TRUE(isRed(image.pixel(px(0) + 5, py(0.25))));  // y tics
+    EXPECT_EQ(countWhere(image, isGreenish, QRect(px(0) + 10, py(0) + 2, 400, 48)),
+              0);                                                           // no x labels
+    EXPECT_GT(countWhere(image, isGreenish, QRect(0, 0, px(0), py(0))), 0); // y labels
+}

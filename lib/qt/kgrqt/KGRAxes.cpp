@@ -387,11 +387,11 @@ void KGRAxes::draw_tics(int w, int h, QPainter& painter)
         }
         if (xside) {
             // A time axis draws its own calendar tics.
-            if (!isTimeFormat(axes.x_format))
+            if (axes.xvisible && !isTimeFormat(axes.x_format))
                 kgrqt_draw_xaxis_stuff(painter, vp, color, axes.xwidth_big, axes.style,
                                        axes.xincr_num, b1, b2, color, axes.xwidth_sml, axes.style,
                                        axes.xincr_sml, s1, s2, axes.mindx);
-        } else {
+        } else if (axes.yvisible) {
             kgrqt_draw_yaxis_stuff(painter, vp, color, axes.ywidth_big, axes.style, axes.yincr_num,
                                    b1, b2, color, axes.ywidth_sml, axes.style, axes.yincr_sml, s1,
                                    s2, axes.mindy);
