@@ -1,0 +1,38 @@
+// Writes the gallery: one PNG picture per scene into a directory.
+//
+//   kgrqt-gallery [DIRECTORY]      (docs/gallery by default)
+#include "gallery_scenes.h"
+
+#include "kgrqt.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFont>
+
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv)
+{
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    QApplication app(argc, argv);
+    // The same pictures on every machine: the fonts the tests use.
+    for (const char* family : {"Helvetica", "Arial", "Sans"})
+        QFont::insertSubstitution(family, "DejaVu Sans");
+    const QString directory = argc > 1 ? argv[1] : "docs/gallery";
+    if (!QDir().mkpath(directory)) {
+        fprintf(stderr, "kgrqt-gallery: cannot make '%s'\n", directory.toLocal8Bit().constData());
+        return 2;
+    }
+    for (const GalleryScene& scene : gallery_scenes()) {
+        const QString path = directory + "/" + scene.name + ".png";
+        QImage image = gallery_render(scene);
+        if (image.isNull() || !image.save(path, "PNG")) {
+            fprintf(stderr, "kgrqt-gallery: cannot write '%s'\n", path.toLocal8Bit().constData());
+            hx_clear_register(1);
+            return 2;
+        }
+        printf("%s\n", path.toLocal8Bit().constData());
+    }
+    return 0;
+}

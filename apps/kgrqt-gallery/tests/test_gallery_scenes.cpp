@@ -1,0 +1,117 @@
+// The gallery's scenes, rendered as the gallery writes them: each has its
+// size, draws into its plot area and annotates its margins, and the
+// features each picture shows are there.
+#include "gallery_scenes.h"
+#include "register.h"
+
+#include "kgrqt.h"
+
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <utility>
+#include <string>
+
+namespace {
+
+const QRgb kFrame = qRgb(0xf4, 0xf4, 0xf4);
+const QRgb kWhite = qRgb(255, 255, 255);
+
+int inked(const QImage& image, QRect rect, QRgb background)
+{
+    int n = 0;
+    rect &= image.rect();
+    for (int y = rect.top(); y <= rect.bottom(); ++y)
+        for (int x = rect.left(); x <= rect.right(); ++x)
+            n += image.pixel(x, y) != background;
+    return n;
+}
+
+const GalleryScene& scene(const char* name)
+{
+    for (const GalleryScene& s : gallery_scenes())
+        if (!strcmp(s.name, name))
+            return s;
+    ADD_FAILURE() << "no scene " << name;
+    return gallery_scenes().front();
+}
+
+QImage rendered(const char* name)
+{
+    return gallery_render(scene(name)).convertToFormat(QImage::Format_RGB32);
+}
+
+class EveryScene : public ::testing::TestWithParam<size_t> {};
+
+} // namespace
+
+TEST_P(EveryScene, RendersAtItsSizeWithInkInsideAndOut)
+{
+    hx_clear_register(0);
+    const GalleryScene& s = gallery_scenes()[GetParam()];
+    QImage image = gallery_render(s).convertToFormat(QImage::Format_RGB32);
+    ASSERT_FALSE(image.isNull()) << s.name << ": " << takeRegister();
+    EXPECT_EQ(image.size(), QSize(s.width, s.height)) << s.name;
+    // Something drawn in the middle of the plot area, and the register
+    // clean: every option of the scene was taken.
+    EXPECT_GT(inked(image, QRect(s.width / 4, s.height / 4, s.width / 2, s.height / 2), kWhite), 0)
+        << s.name;
+    EXPECT_EQ(takeRegister(), "") << s.name;
+    EXPECT_GT(strlen(s.description), 10u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Gallery, EveryScene, ::testing::Range<size_t>(0, gallery_scenes().size()));
+
+TEST(GalleryScenes, NamesAreUniqueFileNames)
+{
+    for (size_t i = 0; i < gallery_scenes().size(); ++i) {
+        const char* name = gallery_scenes()[i].name;
+        EXPECT_EQ(strspn(name, "abcdefghijklmnopqrstuvwxyz0123456789-"), strlen(name)) << name;
+        for (size_t j = 0; j < i; ++j)
+            EXPECT_STRNE(name, gallery_scenes()[j].name);
+    }
+}
+
+TEST(GalleryScenes, TimeAxesAreLabelledBeneath)
+{
+    for (const char* name :
+         {"time-10s", "time-1h", "time-10days", "time-200days", "time-20years"}) {
+        QImage image = rendered(name);
+        const int bottom = image.height() - 66; // the frame's lower edge
+        EXPECT_GT(inked(image, QRect(70, bottom + 4, image.width() - 90, 20), kFrame), 20) << name;
+    }
+}
+
+TEST(GalleryScenes, TaskbarButtonsStandAboveThePlot)
+{
+    QImage image = rendered("taskbar");
+    // Three boxes in the top margin: the struck-through one has red ink,
+    // the coloured one its blue background.
+    int red = 0, blue = 0;
+    for (int y = 0; y < 50; ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            QRgb p = image.pixel(x, y);
+            red += qRed(p) > 200 && qGreen(p) < 150 && qBlue(p) < 150;
+            blue += p == qRgb(0x40, 0x60, 0xa0);
+        }
+    EXPECT_GT(red, 10);
+    EXPECT_GT(blue, 200);
+}
+
+TEST(GalleryScenes, JustificationSceneHasNineBoxes)
+{
+    QImage image = rendered("text-justification");
+    // A box's left side: an outline pixel with the yellow fill on its
+    // right. Distinct left sides, per band of rows.
+    const QRgb outline = qRgb(0xa0, 0x80, 0x00), fill = qRgb(0xff, 0xf2, 0xb0);
+    std::set<std::pair<int, int>> sides;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 1; x + 1 < image.width(); ++x)
+            if (image.pixel(x, y) == outline && image.pixel(x + 1, y) == fill &&
+                image.pixel(x - 1, y) != outline)
+                sides.insert({x, y * 3 / image.height()});
+    EXPECT_EQ(sides.size(), 9u);
+}

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Renders the gallery (one picture per widget class and feature, from the
+# scenes in apps/kgrqt-gallery) into docs/gallery.
+#   tools/make-gallery.sh [directory]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash tools/bootstrap.sh
+cmake -S . -B build >/dev/null
+cmake --build build -j"$(nproc)" --target kgrqt-gallery
+build/bin/kgrqt-gallery "${1:-docs/gallery}"
