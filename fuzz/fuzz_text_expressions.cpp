@@ -2,6 +2,7 @@
 // values: any input must evaluate or fail cleanly, and results keep their
 // invariants.
 #include "kgrqt.h"
+#include "viewport_record.h"
 
 #include <QGuiApplication>
 
@@ -28,18 +29,7 @@ std::string piece(const std::string& text, int index)
 
 KgrviewportItem viewportFor(int mode)
 {
-    KgrviewportItem vp{};
-    vp.w = 460;
-    vp.h = 300;
-    vp.header = Kgrheader{0, 0, 460, 300};
-    vp.mleft = 40;
-    vp.mright = 20;
-    vp.mtop = 30;
-    vp.mbottom = 30;
-    vp.xleft = 1;
-    vp.xright = 1000;
-    vp.ybottom = 1;
-    vp.ytop = 100;
+    KgrviewportItem vp = viewportRecord(460, 300, 40, 20, 30, 30, 1, 1000, 1, 100);
     vp.xmode = vp.ymode = mode;
     return vp;
 }

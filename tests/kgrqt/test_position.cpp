@@ -2,6 +2,7 @@
 // positions relative to a text item's box.
 #include "kgrqt.h"
 #include "register.h"
+#include "viewport_record.h"
 
 #include <gtest/gtest.h>
 
@@ -19,17 +20,7 @@ protected:
     void SetUp() override
     {
         hx_clear_register(0);
-        vp.w = 460;
-        vp.h = 300;
-        vp.header = Kgrheader{0, 0, 460, 300};
-        vp.mleft = 40;
-        vp.mright = 20;
-        vp.mtop = 30;
-        vp.mbottom = 30;
-        vp.xleft = 0;
-        vp.xright = 10;
-        vp.ybottom = 1;
-        vp.ytop = 100;
+        vp = viewportRecord(460, 300, 40, 20, 30, 30, 0, 10, 1, 100);
     }
     void TearDown() override { hx_clear_register(0); }
 

@@ -4,6 +4,7 @@
 #include "kgrqt.h"
 #include "register.h"
 #include "render.h"
+#include "viewport_record.h"
 
 #include <QFontInfo>
 #include <QFontMetrics>
@@ -22,19 +23,7 @@ namespace {
 // top 20, bottom 30: the plot frame is 250 x 150 pixels from (40, 20).
 KgrviewportItem frameRecord()
 {
-    KgrviewportItem vp{};
-    vp.w = 300;
-    vp.h = 200;
-    vp.header = Kgrheader{0, 0, 300, 200};
-    vp.mleft = 40;
-    vp.mright = 10;
-    vp.mtop = 20;
-    vp.mbottom = 30;
-    vp.xleft = 0.0;
-    vp.xright = 10.0;
-    vp.ybottom = 0.0;
-    vp.ytop = 100.0;
-    return vp;
+    return viewportRecord(300, 200, 40, 10, 30, 20, 0.0, 10.0, 0.0, 100.0);
 }
 
 QImage blankImage()

@@ -30,44 +30,47 @@ template <class T> struct SelectorFields {
     T* second = nullptr;
 };
 
+// Fields by selector: both axes' major, both minor, then x and y alone.
+template <class T> using AxisField = T KgraxesItem::*;
+template <class T> struct SelectorTable {
+    AxisField<T> first, second;
+};
+
+const SelectorTable<int> linewidthTable[] = {
+    {&KgraxesItem::xwidth_big, &KgraxesItem::ywidth_big},
+    {&KgraxesItem::xwidth_sml, &KgraxesItem::ywidth_sml},
+    {&KgraxesItem::xwidth_big, nullptr},
+    {&KgraxesItem::xwidth_sml, nullptr},
+    {&KgraxesItem::ywidth_big, nullptr},
+    {&KgraxesItem::ywidth_sml, nullptr},
+};
+
+const SelectorTable<double> ticlengthTable[] = {
+    {&KgraxesItem::xticlength_big, &KgraxesItem::yticlength_big},
+    {&KgraxesItem::xticlength_sml, &KgraxesItem::yticlength_sml},
+    {&KgraxesItem::xticlength_big, nullptr},
+    {&KgraxesItem::xticlength_sml, nullptr},
+    {&KgraxesItem::yticlength_big, nullptr},
+    {&KgraxesItem::yticlength_sml, nullptr},
+};
+
+template <class T>
+SelectorFields<T> selectorFields(KgraxesItem* a, int selector, const SelectorTable<T> (&table)[6])
+{
+    if (selector < kBoth || selector > kYSmall)
+        return {};
+    const SelectorTable<T>& row = table[selector];
+    return {&(a->*row.first), row.second ? &(a->*row.second) : nullptr};
+}
+
 SelectorFields<int> linewidthFields(KgraxesItem* a, int selector)
 {
-    switch (selector) {
-    case kBoth:
-        return {&a->xwidth_big, &a->ywidth_big};
-    case kBothSmall:
-        return {&a->xwidth_sml, &a->ywidth_sml};
-    case kX:
-        return {&a->xwidth_big, nullptr};
-    case kXSmall:
-        return {&a->xwidth_sml, nullptr};
-    case kY:
-        return {&a->ywidth_big, nullptr};
-    case kYSmall:
-        return {&a->ywidth_sml, nullptr};
-    default:
-        return {};
-    }
+    return selectorFields(a, selector, linewidthTable);
 }
 
 SelectorFields<double> ticlengthFields(KgraxesItem* a, int selector)
 {
-    switch (selector) {
-    case kBoth:
-        return {&a->xticlength_big, &a->yticlength_big};
-    case kBothSmall:
-        return {&a->xticlength_sml, &a->yticlength_sml};
-    case kX:
-        return {&a->xticlength_big, nullptr};
-    case kXSmall:
-        return {&a->xticlength_sml, nullptr};
-    case kY:
-        return {&a->yticlength_big, nullptr};
-    case kYSmall:
-        return {&a->yticlength_sml, nullptr};
-    default:
-        return {};
-    }
+    return selectorFields(a, selector, ticlengthTable);
 }
 
 // Stores a parsed value in the selector's fields, marking the option

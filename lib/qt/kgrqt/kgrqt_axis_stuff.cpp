@@ -36,26 +36,11 @@ struct AxisFractions {
     std::vector<double> values;
 };
 
-// The axis as the drawers need it: plane range and scale, world range,
-// mode and size in pixels.
-struct AxisRange {
-    double p1, p2, scale;
-    double lo, hi;
-    int mode;
-    int pixels;
-};
+using AxisRange = KgrqtAxis;
 
 bool axisRange(KgrviewportItem* vp, bool horizontal, AxisRange* axis)
 {
-    int pw = 0, ph = 0;
-    double x1 = 0, x2 = 0, sx = 0, y1 = 0, y2 = 0, sy = 0;
-    if (kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) < 0)
-        return false;
-    if (horizontal)
-        *axis = {x1, x2, sx, vp->xleft, vp->xright, vp->xmode, pw};
-    else
-        *axis = {y1, y2, sy, vp->ybottom, vp->ytop, vp->ymode, ph};
-    return std::isfinite(axis->scale);
+    return kgrqt_axis_of(vp, horizontal, axis) && std::isfinite(axis->scale);
 }
 
 void decadeFractions(const AxisRange& axis, AxisFractions* out)
@@ -208,6 +193,20 @@ void drawAxisStuff(QPainter& painter, KgrviewportItem* vp, bool horizontal, cons
 }
 
 } // namespace
+
+bool kgrqt_axis_of(KgrviewportItem* vp, bool horizontal, KgrqtAxis* axis)
+{
+    int pw = 0, ph = 0;
+    double x1 = 0, x2 = 0, sx = 0, y1 = 0, y2 = 0, sy = 0;
+    if (kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) < 0)
+        return false;
+    const Kgrheader& b = vp->header;
+    if (horizontal)
+        *axis = {x1, x2, sx, vp->xleft, vp->xright, vp->xmode, pw, b.x2 - b.x1, vp->mleft};
+    else
+        *axis = {y1, y2, sy, vp->ybottom, vp->ytop, vp->ymode, ph, b.y2 - b.y1, vp->mbottom};
+    return true;
+}
 
 void kgrqt_major_tics(KgrviewportItem* vp, bool horizontal, double incr_big, double incr_sml,
                       int minspacing, std::vector<double>* values, std::vector<double>* fractions)

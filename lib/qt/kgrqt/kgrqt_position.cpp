@@ -3,6 +3,7 @@
 // viewport's plot frame, x to the right and y upwards.
 #include "kgrqt.h"
 #include "kgrqt_round.h"
+#include "kgrqt_tics.h"
 
 #include <cmath>
 #include <cstring>
@@ -10,43 +11,13 @@
 
 namespace {
 
-// One axis of the frame as position terms see it.
-struct PositionAxis {
-    int size;          // inner size, pixels
-    int frameSize;     // whole frame, pixels
-    int margin;        // margin before the inner area
-    double start;      // plane value at the inner edge
-    double scale;      // 1 / plane range
-    int mode;          // linear, logarithmic or time
-    const char* high;  // keyword of the far inner edge ("right", "top")
-    const char* fhigh; // ... of the far frame edge
-    const char* low;   // ... of the near inner edge
-    const char* flow;  // ... of the near frame edge
-    bool horizontal;
+// The keywords of one axis: far inner and frame edges, near ones.
+struct EdgeWords {
+    const char *high, *fhigh, *low, *flow;
 };
 
-bool axisOf(KgrviewportItem* vp, bool horizontal, PositionAxis* axis)
-{
-    int pw = 0, ph = 0;
-    double x1 = 0, x2 = 0, sx = 0, y1 = 0, y2 = 0, sy = 0;
-    if (kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) < 0)
-        return false;
-    if (horizontal)
-        *axis = {pw,        vp->header.x2 - vp->header.x1,
-                 vp->mleft, x1,
-                 sx,        vp->xmode,
-                 "right",   "fright",
-                 "left",    "fleft",
-                 true};
-    else
-        *axis = {ph,          vp->header.y2 - vp->header.y1,
-                 vp->mbottom, y1,
-                 sy,          vp->ymode,
-                 "top",       "ftop",
-                 "bottom",    "fbottom",
-                 false};
-    return true;
-}
+const EdgeWords xWords = {"right", "fright", "left", "fleft"};
+const EdgeWords yWords = {"top", "ftop", "bottom", "fbottom"};
 
 // A term of the form <number><unit>: true with the number when the whole
 // term is that.
@@ -63,17 +34,18 @@ bool numberWithUnit(const char* term, char unit, double* value)
 
 int evaluateTerm(KgrviewportItem* vp, bool horizontal, const char* term, double* sum, KGRText* text)
 {
-    PositionAxis axis;
-    if (!axisOf(vp, horizontal, &axis))
+    KgrqtAxis axis;
+    if (!kgrqt_axis_of(vp, horizontal, &axis))
         return -1;
+    const EdgeWords& words = horizontal ? xWords : yWords;
     double value = 0.0;
-    if (!strcmp(term, axis.high)) {
-        *sum += axis.size;
-    } else if (!strcmp(term, axis.fhigh)) {
-        *sum += axis.frameSize - axis.margin;
-    } else if (!strcmp(term, axis.low)) {
+    if (!strcmp(term, words.high)) {
+        *sum += axis.pixels;
+    } else if (!strcmp(term, words.fhigh)) {
+        *sum += axis.frame - axis.margin;
+    } else if (!strcmp(term, words.low)) {
         // The inner edge is the origin.
-    } else if (!strcmp(term, axis.flow)) {
+    } else if (!strcmp(term, words.flow)) {
         *sum -= axis.margin;
     } else if (numberWithUnit(term, 'd', &value)) {
         if (axis.mode == KGR_MODE_LOG) {
@@ -81,9 +53,9 @@ int evaluateTerm(KgrviewportItem* vp, bool horizontal, const char* term, double*
                 return -1;
             value = log10(value);
         }
-        *sum += (value - axis.start) * axis.scale * axis.size;
+        *sum += (value - axis.p1) * axis.scale * axis.pixels;
     } else if (numberWithUnit(term, 'v', &value)) {
-        *sum += value * axis.size;
+        *sum += value * axis.pixels;
     } else if (numberWithUnit(term, 'r', &value)) {
         // Relative to a text item's last box: replaces what was summed.
         if (text) {

@@ -6,6 +6,20 @@
 
 struct KgrviewportItem;
 
+// One axis of a viewport's plot frame as tics and positions see it.
+struct KgrqtAxis {
+    double p1, p2; // plane range: world, or log10 of it on a logarithmic axis
+    double scale;  // 1 / (p2 - p1)
+    double lo, hi; // world range
+    int mode;      // linear, logarithmic or time
+    int pixels;    // inner size
+    int frame;     // whole frame size
+    int margin;    // margin before the inner area (left or bottom)
+};
+
+// The x (horizontal) or y axis of a viewport; false without scales.
+bool kgrqt_axis_of(KgrviewportItem* vp, bool horizontal, KgrqtAxis* axis);
+
 #include <string>
 #include <vector>
 
