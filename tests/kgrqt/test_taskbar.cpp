@@ -59,7 +59,7 @@ buttons_definitions &Arr{
                     mod=ctrl configure taskbar_debug ctrl
                     configure taskbar_debug
                     reconfigure taskbar_debug other
-                    mod=shift configure taskbar_debug shifted and more
+                    mod=shift configure taskbar_debug five words
                 }
                 description      hidden
             }
