@@ -7,6 +7,7 @@
 #include "hx_db.h"
 #include "hx_error.h"
 #include "hx_geodesy.h"
+#include "hx_moment.h"
 #include "hx_names.h"
 #include "hx_pf.h"
 #include "hx_strings.h"
