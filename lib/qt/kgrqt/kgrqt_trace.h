@@ -46,7 +46,10 @@ void kgrqt_trace_summarize(KgrqtTraceSummary* s, const double* x, const double* 
 struct KgrqtTraceExtremes {
     double lo, hi;
     long loAt, hiAt;
-    long read; // samples read one by one to find them
+    long read;     // samples read one by one to find them
+    double spread; // the ranges of the blocks read, and the steps between
+                   // neighbouring samples read: at least hi - lo, far more
+                   // when the values cross their range many times
 };
 
 // The extremes of samples [from, to) of a summarised trace, reading whole
