@@ -4,6 +4,10 @@
 // QCPGraph, with and without antialiasing, and one plain read of the
 // samples, the floor that memory bandwidth sets. Each case is one drawing;
 // the image is refilled outside the timed part. Run by tools/run-bench.sh.
+//
+// bench_trace --fidelity instead compares the drawings of every kind of
+// test trace with the full drawing of every point, at 1M and 10M samples,
+// and QCustomPlot's at 1M.
 #include "kgrqt.h"
 #include "kgrqt_trace.h"
 #include "trace_compare.h"
@@ -274,12 +278,124 @@ void registerAll()
     }
 }
 
+// ------------------------------------------------------------- fidelity
+
+// A whole trace of one kind on a scene of its own, as the fidelity tests
+// draw it: every point in view, y with 5% room.
+struct FidelityScene {
+    FidelityScene(const TestTrace& t) : trace(t)
+    {
+        KgrviewportItem& r = vp.viewport;
+        r.w = kWidth;
+        r.h = kHeight;
+        r.xmode = KGR_MODE_TIME;
+        const double room = 0.05 * (t.yhi - t.ylo);
+        r.xleft = t.x.front();
+        r.xright = t.x.back();
+        r.ybottom = t.ylo - room;
+        r.ytop = t.yhi + room;
+        line = std::make_unique<KGRPolyline>(&vp);
+        line->configure("outline", kInk.name().toLatin1().constData(), static_cast<char*>(nullptr));
+        const size_t bytes = t.x.size() * sizeof(double);
+        line->polyline.npts = static_cast<int>(t.x.size());
+        line->polyline.xpts = static_cast<double*>(malloc(bytes));
+        line->polyline.ypts = static_cast<double*>(malloc(bytes));
+        memcpy(line->polyline.xpts, t.x.data(), bytes);
+        memcpy(line->polyline.ypts, t.y.data(), bytes);
+    }
+    QImage image() const
+    {
+        QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::white);
+        return image;
+    }
+    template <class Draw> QImage draw(bool antialias, Draw how)
+    {
+        QImage i = image();
+        QPainter painter(&i);
+        painter.setRenderHint(QPainter::Antialiasing, antialias);
+        how(painter);
+        return i;
+    }
+    const TestTrace& trace;
+    KGRViewport vp{nullptr};
+    std::unique_ptr<KGRPolyline> line;
+};
+
+QImage customPlotImage(const TestTrace& t, const KgrviewportItem& r, bool antialias)
+{
+    QCustomPlot plot;
+    plot.resize(kWidth, kHeight);
+    plot.axisRect()->setAutoMargins(QCP::msNone);
+    plot.axisRect()->setMargins(QMargins(0, 0, 0, 0));
+    plot.xAxis->setVisible(false);
+    plot.yAxis->setVisible(false);
+    plot.setAntialiasedElements(antialias ? QCP::aeAll : QCP::aeNone);
+    plot.setNotAntialiasedElements(antialias ? QCP::aeNone : QCP::aeAll);
+    QCPGraph* graph = plot.addGraph();
+    graph->setPen(QPen(kInk, 1));
+    graph->setAntialiased(antialias);
+    graph->setData(QVector<double>(t.x.begin(), t.x.end()), QVector<double>(t.y.begin(), t.y.end()),
+                   true);
+    plot.xAxis->setRange(r.xleft, r.xright);
+    plot.yAxis->setRange(r.ybottom, r.ytop);
+    QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::white);
+    QCPPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing, antialias);
+    plot.toPainter(&painter, kWidth, kHeight);
+    return image;
+}
+
+void printDifference(const char* who, const char* kind, long n, bool aa, const TraceDifference& d)
+{
+    printf("%-11s %-11s %9ld %-4s over64 %7.4f%%  differ %7.4f%%  mean %6.3f  stray %ld\n", who,
+           kind, n, aa ? "AA" : "noAA", 100 * d.over64, 100 * d.differ, d.mean, d.strayInk);
+}
+
+// The reduced drawing and QCustomPlot's against the full drawing of every
+// point (QPainter::drawPolyline), for every kind of test trace: the 10M
+// cases that the test suite leaves out for time, and QCustomPlot at 1M.
+int checkFidelity()
+{
+    const QRect area(0, 0, kWidth, kHeight);
+    const QRgb paper = qRgb(255, 255, 255);
+    for (long n : {1000000L, 10000000L})
+        for (TraceKind kind : {Walk, Noise, Spikes, Steps, Flat, Gaps}) {
+            const TestTrace t = makeTrace(kind, n, 11 + kind);
+            FidelityScene scene(t);
+            for (bool aa : {true, false}) {
+                const QImage full =
+                    scene.draw(aa, [&](QPainter& p) { drawFullTrace(p, &scene.line->polyline); });
+                const QImage reduced = scene.draw(aa, [&](QPainter& p) { scene.line->draw(p); });
+                printDifference("kgrqt", kKindNames[kind], n, aa,
+                                compareTraces(full, reduced, area, paper));
+                if (!aa) {
+                    kgrqt_trace_tuning().enabled = false;
+                    const QImage whole = scene.draw(aa, [&](QPainter& p) { scene.line->draw(p); });
+                    kgrqt_trace_tuning().enabled = true;
+                    printDifference("kgrqt/whole", kKindNames[kind], n, aa,
+                                    compareTraces(whole, reduced, area, paper));
+                    printDifference("whole", kKindNames[kind], n, aa,
+                                    compareTraces(full, whole, area, paper));
+                }
+                if (n == 1000000L)
+                    printDifference("QCustomPlot", kKindNames[kind], n, aa,
+                                    compareTraces(full, customPlotImage(t, scene.vp.viewport, aa),
+                                                  area, paper));
+            }
+        }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
+    if (argc > 1 && strcmp(argv[1], "--fidelity") == 0)
+        return checkFidelity();
     registerAll();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

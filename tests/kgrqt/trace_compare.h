@@ -13,7 +13,77 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <random>
 #include <vector>
+
+// Kinds of test traces, each hard in its own way.
+enum TraceKind { Walk, Noise, Spikes, Steps, Flat, Gaps };
+static const char* const kKindNames[] = {"random walk", "noise", "spikes", "steps", "flat", "gaps"};
+
+struct TestTrace {
+    std::vector<double> x, y;
+    double ylo = 0, yhi = 0; // plain values only
+};
+
+// Samples at 100 Hz from an epoch time, as a seismometer channel gives.
+inline TestTrace makeTrace(TraceKind kind, long n, unsigned seed)
+{
+    std::mt19937 rng(seed);
+    std::normal_distribution<double> normal(0, 1);
+    std::uniform_real_distribution<double> uniform(0, 1);
+    TestTrace t;
+    t.x.resize(n);
+    t.y.resize(n);
+    double walk = 0, level = 0;
+    for (long i = 0; i < n; ++i) {
+        t.x[i] = 1.7e9 + i * 0.01;
+        double v = 0;
+        switch (kind) {
+        case Walk:
+        case Gaps:
+            walk += normal(rng);
+            v = walk;
+            break;
+        case Noise:
+            v = normal(rng);
+            break;
+        case Spikes:
+            v = 0.01 * normal(rng) + (uniform(rng) < 2e-5 ? 10 * normal(rng) : 0);
+            break;
+        case Steps:
+            if (uniform(rng) < 2e-4)
+                level = std::round(5 * normal(rng));
+            v = level;
+            break;
+        case Flat:
+            v = 3.25;
+            break;
+        }
+        t.y[i] = v;
+    }
+    if (kind == Gaps) {
+        // Runs of breaks and of NaN, from one sample to many columns long.
+        for (int g = 0; g < 24; ++g) {
+            const long len = g % 4 == 0 ? n / 50 : 1 + static_cast<long>(uniform(rng) * 40);
+            const long at = static_cast<long>(uniform(rng) * (n - len));
+            for (long i = at; i < at + len; ++i)
+                t.y[i] = g % 2 ? KGR_UNSET : std::numeric_limits<double>::quiet_NaN();
+        }
+    }
+    t.ylo = 1e300;
+    t.yhi = -1e300;
+    for (double v : t.y)
+        if (std::isfinite(v) && v != KGR_UNSET) {
+            t.ylo = std::min(t.ylo, v);
+            t.yhi = std::max(t.yhi, v);
+        }
+    if (t.yhi - t.ylo < 1e-9) {
+        t.ylo -= 1;
+        t.yhi += 1;
+    }
+    return t;
+}
 
 // How a drawing differs from the full one inside the plot area.
 struct TraceDifference {

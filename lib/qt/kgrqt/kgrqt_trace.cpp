@@ -141,7 +141,8 @@ public:
             const long highAt = e2.hi > e1.hi ? e2.hiAt : e1.hiAt;
             if (placed(from) && placed(to - 1) && placed(lowAt) && placed(highAt)) {
                 span(from, to - 1, lowAt, highAt, centre,
-                     {Half{e1.lo, e1.hi, mid - from}, Half{e2.lo, e2.hi, to - mid}});
+                     {Half{e1.lo, e1.hi, mid - from, e1.spread},
+                      Half{e2.lo, e2.hi, to - mid, e2.spread}});
                 return;
             }
         }
@@ -176,6 +177,7 @@ private:
     struct Half {
         double lo, hi;
         long count;
+        double spread; // see KgrqtTraceExtremes
     };
 
     // The line into the cell, through its extremes in their order, and out
@@ -187,9 +189,15 @@ private:
         // Without antialiasing the samples next to the extremes are kept
         // too: the aliased stroker picks a steep segment's pixels by the
         // segments around it, so a step keeps its exact pixels only with
-        // its true neighbours. Antialiased, they only add drawing time.
+        // its true neighbours. Antialiased, only a neighbour at the level
+        // of the other extreme is kept: it is the corner of a step, and the
+        // line between the extremes would otherwise cut across it.
         const long nb = antialias ? 0 : 1;
-        const long keep[] = {first, a - nb, a, a + nb, b - nb, b, b + nb, final};
+        const bool cornerAfter = a + 1 < b && std::fabs(m.py(y[a + 1]) - m.py(y[b])) < 1;
+        const bool cornerBefore = b - 1 > a && std::fabs(m.py(y[b - 1]) - m.py(y[a])) < 1;
+        const long keep[] = {
+            first, a - nb, a,    cornerAfter ? a + 1 : a + nb, cornerBefore ? b - 1 : b - nb,
+            b,     b + nb, final};
         for (long i : keep)
             if (i >= first && i <= final)
                 sample(i);
@@ -201,7 +209,8 @@ private:
     // With antialiasing, vertical spans at the cell's centre: a drawing of
     // every point saturates the rows that many segments cross, where a few
     // points alone would leave them lighter. A half cell whose samples
-    // outnumber the rows they reach crosses them many times and is a span;
+    // outnumber the rows they reach, and whose blocks together spread over
+    // one and a half times its range, crosses them many times and is a span;
     // otherwise (a step, a lone swing) only rows that both halves reach,
     // crossed at least twice, are. Spans stop short of their ends by the
     // inset, where the whole drawing thins out to its extreme points.
@@ -210,7 +219,7 @@ private:
         bool any = false;
         for (const Half& h : halves) {
             const double top = m.py(h.hi), bottom = m.py(h.lo);
-            if (h.count >= bottom - top) {
+            if (h.count >= bottom - top && h.spread >= 1.5 * (h.hi - h.lo)) {
                 addBody(centre, top, bottom);
                 any = true;
             }
@@ -243,7 +252,8 @@ private:
                 const Extremes a = extremes(i, mid), b = extremes(mid, j);
                 span(i, j - 1, y[b.low] < y[a.low] ? b.low : a.low,
                      y[b.high] > y[a.high] ? b.high : a.high, centre,
-                     {Half{y[a.low], y[a.high], mid - i}, Half{y[b.low], y[b.high], j - mid}});
+                     {Half{y[a.low], y[a.high], mid - i, variation(i, mid)},
+                      Half{y[b.low], y[b.high], j - mid, variation(mid, j)}});
             } else {
                 for (long k = i; k < j; ++k)
                     sample(k);
@@ -257,6 +267,15 @@ private:
     struct Extremes {
         long low, high;
     };
+
+    // The sum of the steps between samples [from, to).
+    double variation(long from, long to) const
+    {
+        double sum = 0;
+        for (long k = from + 1; k < to; ++k)
+            sum += std::fabs(y[k] - y[k - 1]);
+        return sum;
+    }
 
     // Where the first lowest and highest of samples [from, to) are.
     Extremes extremes(long from, long to) const

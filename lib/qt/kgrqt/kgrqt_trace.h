@@ -2,10 +2,12 @@
 // benchmarks).
 //
 // A polyline with millions of points sorted in x is drawn at the cost of
-// the pixel columns it covers: each unbroken run is cut at column edges, a
-// column holding many points becomes the line into it, a solid vertical
-// span from its lowest to its highest value, and the line out of it, and a
-// column holding few points keeps them all. The lowest and highest values
+// the pixel columns it covers: each unbroken run is cut at column edges
+// (with antialiasing at quarter columns), a cell holding many points
+// becomes the line into it, through its lowest and highest values in their
+// order, and out of it, plus (antialiased) a solid vertical span over the
+// rows its points cross many times; a cell holding few points keeps them
+// all. The lowest and highest values
 // come from a summary of the data (minimum and maximum of every block of
 // 16, 256, 4096, ... samples) made once per set of points, so a new view
 // reads the summary and the few samples at column edges, not the whole
@@ -46,7 +48,10 @@ void kgrqt_trace_summarize(KgrqtTraceSummary* s, const double* x, const double* 
 struct KgrqtTraceExtremes {
     double lo, hi;
     long loAt, hiAt;
-    long read; // samples read one by one to find them
+    long read;     // samples read one by one to find them
+    double spread; // the ranges of the blocks read, and the steps between
+                   // neighbouring samples read: at least hi - lo, far more
+                   // when the values cross their range many times
 };
 
 // The extremes of samples [from, to) of a summarised trace, reading whole

@@ -218,7 +218,8 @@ bool kgrqt_trace_range(const KgrqtTraceSummary& s, long from, long to, KgrqtTrac
     Found low{std::numeric_limits<double>::infinity(), -1, 0};
     Found high{-low.value, -1, 0};
     const int levels = static_cast<int>(s.lo.size());
-    long i = from, read = 0;
+    long i = from, read = 0, lastRaw = -2;
+    double spread = 0;
     while (i < to) {
         // The largest block that starts at i and ends by to; -1 is a sample.
         int level = -1;
@@ -232,6 +233,9 @@ bool kgrqt_trace_range(const KgrqtTraceSummary& s, long from, long to, KgrqtTrac
             const double v = s.y[i];
             if (!plain(v))
                 return false;
+            if (i > from && i - 1 == lastRaw)
+                spread += std::fabs(v - s.y[i - 1]);
+            lastRaw = i;
             low.take(v, -1, i, v < low.value);
             high.take(v, -1, i, v > high.value);
             ++i;
@@ -242,6 +246,7 @@ bool kgrqt_trace_range(const KgrqtTraceSummary& s, long from, long to, KgrqtTrac
         const double blo = s.lo[level][b], bhi = s.hi[level][b];
         if (std::isnan(blo))
             return false;
+        spread += bhi - blo;
         low.take(blo, level, b, blo < low.value);
         high.take(bhi, level, b, bhi > high.value);
         i += 1L << (kShift * (level + 1));
@@ -253,6 +258,7 @@ bool kgrqt_trace_range(const KgrqtTraceSummary& s, long from, long to, KgrqtTrac
     e->loAt = locate(s, low, true, &read);
     e->hiAt = locate(s, high, false, &read);
     e->read = read;
+    e->spread = spread;
     return true;
 }
 
