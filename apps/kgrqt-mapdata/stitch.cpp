@@ -67,6 +67,21 @@ bool closeThroughPole(Line& ring)
     long span = ring.lons.back() - ring.lons.front();
     if (std::labs(span) != kTurn || ring.lats.back() != ring.lats.front())
         return false;
+    // Start the ring on the date line when it crosses it, so that the
+    // closing meridians lie on the map's edge and not across the land.
+    for (size_t k = 1; k + 1 < ring.lons.size(); ++k) {
+        if (endKey(ring.lons[k], 0).first != 180000000L)
+            continue;
+        std::vector<long> lons(ring.lons.begin() + long(k), ring.lons.end());
+        std::vector<long> lats(ring.lats.begin() + long(k), ring.lats.end());
+        for (size_t i = 1; i <= k; ++i) {
+            lons.push_back(ring.lons[i] + span);
+            lats.push_back(ring.lats[i]);
+        }
+        ring.lons = std::move(lons);
+        ring.lats = std::move(lats);
+        break;
+    }
     long pole = ring.lats.front() < 0 ? -90000000L : 90000000L;
     long first_lon = ring.lons.front(), first_lat = ring.lats.front();
     ring.lons.push_back(ring.lons.back());

@@ -1,6 +1,7 @@
 // Map-data rendering checked against GMT's drawing of the same shorelines
 // and PROJ's azimuthal equidistant projection (tables made by
 // tools/gen_coast_reference.sh).
+#include "cpt_reference.h"
 #include "kgrqt.h"
 #include "mapdata_files.h"
 #include "plot_record.h"
@@ -12,7 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <map>
+#include <unistd.h>
 
 namespace {
 
@@ -188,4 +191,46 @@ TEST(KGRMapDataReference, EquidistantPointsAgreeWithProjAeqd)
                          std::max(std::fabs(x - std::stod(f[4])), std::fabs(y - std::stod(f[5]))));
     }
     EXPECT_LT(worst, 1e-6);
+}
+
+// The relief built by kgrqt-mapdata from ETOPO5, where it is installed.
+TEST(KGRMapDataReference, KnownPlacesTakeThePalettesColours)
+{
+    const char* dir = getenv("KGRQT_MAPDATA_DIR");
+    std::string path = std::string(dir && *dir ? dir : "/opt/larkspur/data/maps/kmd") +
+                       "/srtm30.dem.world.v01.grid.kmd";
+    if (access(path.c_str(), R_OK) != 0)
+        GTEST_SKIP() << "no relief file at " << path << " (tools/install-mapdata.sh builds it)";
+    KGRMapData md(const_cast<char*>(path.c_str()), 1);
+    int full = int(md.frame.nresolutions) - 1;
+    ASSERT_EQ(md.setResolution(full), 0);
+    struct Place {
+        const char* name;
+        double lat, lon;
+        int zmin, zmax; // the sample must lie in this range
+    } places[] = {
+        {"Mariana Trench", 11.35, 142.2, -32768, -3126}, // deeper than 5000 m
+        {"Himalaya", 27.99, 86.93, 2800, 32767},         // higher than 4480 m
+        {"North Sea shore", 53.0, 4.75, -40, 40},        // within 64 m of sea level
+    };
+    for (const Place& p : places) {
+        // The sample through the reader, the colour through the renderer:
+        // a one-pixel image centred on the place.
+        HXMapDataResolution* res = &md.frame.resolutions[full];
+        int itile;
+        long ilon, ilat, ix, iy, offset;
+        unsigned char* buf;
+        ASSERT_EQ(md.findTile(res, p.lat, p.lon, &itile, &ilon, &ilat), 0) << p.name;
+        ASSERT_EQ(md.getTileGrid(full, itile, &buf), 0);
+        ASSERT_EQ(md.findPixelWithinTile(res, static_cast<HXMapDataGrid*>(res->data), ilon, ilat,
+                                         p.lat, p.lon, &ix, &iy, &offset),
+                  0);
+        int z = int16_t(buf[offset] | buf[offset + 1] << 8);
+        EXPECT_GE(z, p.zmin) << p.name;
+        EXPECT_LE(z, p.zmax) << p.name;
+        QImage* image = md.drawImage(3, 3, KGR_WTRAN_GEOG, p.lon - 0.001, p.lon + 0.001,
+                                     p.lat - 0.001, p.lat + 0.001, 0, 0, 1.0, 0);
+        ASSERT_NE(image, nullptr);
+        EXPECT_EQ(image->pixel(1, 1), expectedColor(z)) << p.name << " sample " << z;
+    }
 }
