@@ -107,6 +107,15 @@ double gridLongitude(const HXMapDataGrid* g, double lon)
 {
     if (g->dlon * double(g->nlon) < 360.0 - 1e-9 || !std::isfinite(lon))
         return lon;
+    // One turn either way covers every longitude a projection gives,
+    // without the cost of fmod.
+    if (lon >= g->lon_start && lon < g->lon_start + 360.0)
+        return lon;
+    if (lon < g->lon_start && lon + 360.0 >= g->lon_start && lon + 360.0 < g->lon_start + 360.0)
+        return lon + 360.0;
+    if (lon >= g->lon_start + 360.0 && lon - 360.0 >= g->lon_start &&
+        lon - 360.0 < g->lon_start + 360.0)
+        return lon - 360.0;
     double d = std::fmod(lon - g->lon_start, 360.0);
     if (d < 0)
         d += 360.0;

@@ -197,6 +197,11 @@ TEST(MapData, GlobalGridWrapsLongitudes)
     ASSERT_TRUE(sampleOf(md, 0, 5, -5, &z1)); // -5 is 355
     ASSERT_TRUE(sampleOf(md, 0, 5, 355, &z2));
     ASSERT_TRUE(sampleOf(md, 0, 5, 715, &z3));
+    int z4 = 0, z5 = 0;
+    ASSERT_TRUE(sampleOf(md, 0, 5, 1075, &z4)); // three turns away
+    ASSERT_TRUE(sampleOf(md, 0, 5, 360, &z5));  // the start, one turn on
+    EXPECT_EQ(z4, z1);
+    EXPECT_EQ(z5, sampleAt(0, 9));
     EXPECT_EQ(z1, sampleAt(35, 9));
     EXPECT_EQ(z2, z1);
     EXPECT_EQ(z3, z1);
