@@ -137,9 +137,25 @@ bool vectorResolution(const Options& o, const char* name, char r, HXMapDataWrite
                 area[l.level] += std::fabs(ringArea(l));
                 count[l.level]++;
             }
+        long crossings_in = 0, crossings_out = 0;
+        for (const Line& p : pieces)
+            crossings_in += selfCrossings(p);
+        for (const Line& l : lines)
+            crossings_out += selfCrossings(l);
         for (int level = 1; level <= 4; ++level)
             printf("    level %d: %ld rings, %.1f square degrees\n", level, count[level],
                    area[level]);
+        printf("    self-crossings: %ld in the pieces, %ld in the rings\n", crossings_in,
+               crossings_out);
+        // Joining pieces end to end adds no crossing of its own; only the
+        // pieces' own may remain.
+        if (crossings_out > crossings_in) {
+            fprintf(stderr,
+                    "kgrqt-mapdata: check failed: %ld self-crossings in the rings, %ld "
+                    "in the pieces\n",
+                    crossings_out, crossings_in);
+            return false;
+        }
         if (rep.open != 0 || rep.points_out != expected) {
             fprintf(stderr,
                     "kgrqt-mapdata: check failed: %ld open rings, %ld points (expected "

@@ -3,6 +3,7 @@
 // one turn.
 #include "stitch.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -204,4 +205,52 @@ double ringArea(const Line& ring)
         a += (ring.lons[i] * 1e-6) * (ring.lats[i + 1] * 1e-6) -
              (ring.lons[i + 1] * 1e-6) * (ring.lats[i] * 1e-6);
     return 0.5 * a;
+}
+
+namespace {
+
+// Orientation of c about the line a -> b: the sign of the cross product,
+// exact in 128-bit integers.
+int orient(long ax, long ay, long bx, long by, long cx, long cy)
+{
+    __int128 v = (__int128)(bx - ax) * (cy - ay) - (__int128)(by - ay) * (cx - ax);
+    return v > 0 ? 1 : v < 0 ? -1 : 0;
+}
+
+} // namespace
+
+long selfCrossings(const Line& l)
+{
+    size_t n = l.lons.size();
+    if (n < 4)
+        return 0;
+    // Edges sorted by their western end, swept west to east.
+    std::vector<size_t> order(n - 1);
+    for (size_t i = 0; i + 1 < n; ++i)
+        order[i] = i;
+    auto west = [&](size_t i) { return std::min(l.lons[i], l.lons[i + 1]); };
+    auto east = [&](size_t i) { return std::max(l.lons[i], l.lons[i + 1]); };
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return west(a) < west(b); });
+    bool closed = l.lons.front() == l.lons.back() && l.lats.front() == l.lats.back();
+    long count = 0;
+    for (size_t a = 0; a < order.size(); ++a) {
+        size_t i = order[a];
+        for (size_t b = a + 1; b < order.size() && west(order[b]) <= east(i); ++b) {
+            size_t j = order[b];
+            size_t lo = std::min(i, j), hi = std::max(i, j);
+            if (hi == lo + 1 || (closed && lo == 0 && hi == n - 2))
+                continue; // neighbours share a point
+            int o1 =
+                orient(l.lons[i], l.lats[i], l.lons[i + 1], l.lats[i + 1], l.lons[j], l.lats[j]);
+            int o2 = orient(l.lons[i], l.lats[i], l.lons[i + 1], l.lats[i + 1], l.lons[j + 1],
+                            l.lats[j + 1]);
+            int o3 =
+                orient(l.lons[j], l.lats[j], l.lons[j + 1], l.lats[j + 1], l.lons[i], l.lats[i]);
+            int o4 = orient(l.lons[j], l.lats[j], l.lons[j + 1], l.lats[j + 1], l.lons[i + 1],
+                            l.lats[i + 1]);
+            if (o1 * o2 < 0 && o3 * o4 < 0)
+                ++count;
+        }
+    }
+    return count;
 }

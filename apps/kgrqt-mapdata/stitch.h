@@ -32,6 +32,10 @@ struct StitchReport {
 // round the world is closed through the nearer pole.
 std::vector<Line> stitch(const std::vector<Line>& pieces, bool close_rings, StitchReport* report);
 
+// Proper crossings between non-adjacent edges of one line (plate carree,
+// longitudes as stored).
+long selfCrossings(const Line& line);
+
 // Signed area of a closed ring in square degrees (plate carree).
 double ringArea(const Line& ring);
 
