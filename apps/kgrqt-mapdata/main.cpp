@@ -68,16 +68,17 @@ bool exists(const std::string& path)
     return stat(path.c_str(), &st) == 0;
 }
 
-HXMapDataVectorSpec vectorSpec(const char* name, char r, const std::vector<Line>& lines, bool fill)
+HXMapDataVectorInput vectorInput(const char* name, char r, const std::vector<Line>& lines,
+                                 bool fill)
 {
-    HXMapDataVectorSpec v;
+    HXMapDataVectorInput v;
     v.name = name;
     v.resolution = resolutionName(r);
     v.degrees_per_pixel = resolutionScale(r);
     v.big_endian = true;
     v.tiles.resize(1);
     for (const Line& l : lines) {
-        HXMapDataSegmentSpec s;
+        HXMapDataSegmentInput s;
         s.level = l.level;
         bool closed =
             l.lons.size() > 3 && l.lons.front() == l.lons.back() && l.lats.front() == l.lats.back();
@@ -164,7 +165,7 @@ bool vectorResolution(const Options& o, const char* name, char r, HXMapDataWrite
             return false;
         }
     }
-    w.addVector(vectorSpec(name, r, lines, rings));
+    w.addVector(vectorInput(name, r, lines, rings));
     return true;
 }
 

@@ -14,9 +14,9 @@ namespace {
 
 // Halves a grid of bpp channels (2 = int16 samples) by averaging blocks;
 // an odd last row or column is averaged with itself.
-HXMapDataGridSpec halve(const HXMapDataGridSpec& g)
+HXMapDataGridInput halve(const HXMapDataGridInput& g)
 {
-    HXMapDataGridSpec h = g;
+    HXMapDataGridInput h = g;
     h.nlon = (g.nlon + 1) / 2;
     h.nlat = (g.nlat + 1) / 2;
     h.dlon = g.dlon * 2;
@@ -51,9 +51,9 @@ HXMapDataGridSpec halve(const HXMapDataGridSpec& g)
 }
 
 // The pyramid, coarsest first, from a full-resolution grid.
-std::vector<HXMapDataGridSpec> pyramid(HXMapDataGridSpec full, int levels)
+std::vector<HXMapDataGridInput> pyramid(HXMapDataGridInput full, int levels)
 {
-    std::vector<HXMapDataGridSpec> out{full};
+    std::vector<HXMapDataGridInput> out{full};
     for (int k = 1; k < levels; ++k)
         out.push_back(halve(out.back()));
     std::reverse(out.begin(), out.end());
@@ -65,13 +65,13 @@ std::vector<HXMapDataGridSpec> pyramid(HXMapDataGridSpec full, int levels)
 
 } // namespace
 
-std::vector<HXMapDataGridSpec> imagePyramid(const std::string& path, int levels)
+std::vector<HXMapDataGridInput> imagePyramid(const std::string& path, int levels)
 {
     QImage image(QString::fromStdString(path));
     if (image.isNull())
         return {};
     image = image.convertToFormat(QImage::Format_RGB888);
-    HXMapDataGridSpec g;
+    HXMapDataGridInput g;
     g.name = "bluemarble";
     g.content = 2;
     g.nlon = image.width();
@@ -90,8 +90,8 @@ std::vector<HXMapDataGridSpec> imagePyramid(const std::string& path, int levels)
     return pyramid(std::move(g), levels);
 }
 
-std::vector<HXMapDataGridSpec> reliefPyramid(const std::string& dataset, int levels,
-                                             std::string* error)
+std::vector<HXMapDataGridInput> reliefPyramid(const std::string& dataset, int levels,
+                                              std::string* error)
 {
     GDALAllRegister();
     CPLPushErrorHandler(CPLQuietErrorHandler);
@@ -117,7 +117,7 @@ std::vector<HXMapDataGridSpec> reliefPyramid(const std::string& dataset, int lev
         *error = "cannot read " + dataset;
         return {};
     }
-    HXMapDataGridSpec g;
+    HXMapDataGridInput g;
     g.name = "relief";
     g.content = 1;
     g.nlon = nx;

@@ -9,12 +9,12 @@
 
 // A plate carree image (JPEG, PNG, ... through Qt) as RGB grids, coarsest
 // first, each level half the size of the next. Empty when unreadable.
-std::vector<HXMapDataGridSpec> imagePyramid(const std::string& path, int levels);
+std::vector<HXMapDataGridInput> imagePyramid(const std::string& path, int levels);
 
 // An elevation grid in metres (netCDF through GDAL, its variable named in
 // GDAL's "NETCDF:file:variable" form) as sample grids (metres x 0.625),
 // coarsest first. Empty when unreadable; *error says why.
-std::vector<HXMapDataGridSpec> reliefPyramid(const std::string& dataset, int levels,
-                                             std::string* error);
+std::vector<HXMapDataGridInput> reliefPyramid(const std::string& dataset, int levels,
+                                              std::string* error);
 
 #endif

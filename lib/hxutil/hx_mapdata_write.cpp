@@ -62,7 +62,7 @@ void putResolutionCommon(Buffer& out, size_t at, const std::string& name, const 
     out.putd(at + 784, dpp);
 }
 
-int writeGrid(Buffer& out, size_t at, const HXMapDataGridSpec& g)
+int writeGrid(Buffer& out, size_t at, const HXMapDataGridInput& g)
 {
     long bpp = g.content == HX_MAPDATA_ELEVATION ? 2 : 3;
     if (g.nlon < 1 || g.nlat < 1 || g.nlon_per_tile < 1 || g.nlat_per_tile < 1 ||
@@ -161,7 +161,7 @@ void putPoint(Buffer& out, size_t at, int v, bool big_endian)
         out.b[at + i] = (unsigned char)(big_endian ? u >> (24 - 8 * i) : u >> (8 * i));
 }
 
-int writeVector(Buffer& out, size_t at, const HXMapDataVectorSpec& v)
+int writeVector(Buffer& out, size_t at, const HXMapDataVectorInput& v)
 {
     putResolutionCommon(out, at, v.name, v.resolution, v.degrees_per_pixel,
                         v.big_endian ? HX_MAPDATA_BIG_ENDIAN : 0, HX_MAPDATA_VECTOR);
@@ -179,12 +179,12 @@ int writeVector(Buffer& out, size_t at, const HXMapDataVectorSpec& v)
     out.put64(vec + 32, tiles);
     double vlonmin = 1e9, vlonmax = -1e9, vlatmin = 1e9, vlatmax = -1e9;
     for (long t = 0; t < ntiles; ++t) {
-        const HXMapDataVectorTileSpec& tile = v.tiles[size_t(t)];
+        const HXMapDataVectorTileInput& tile = v.tiles[size_t(t)];
         size_t rec = tiles + size_t(t) * KMD_VECTOR_TILE_SIZE;
         size_t segs = out.reserve(tile.segments.size() * KMD_SEGMENT_SIZE);
         double tlonmin = 1e9, tlonmax = -1e9, tlatmin = 1e9, tlatmax = -1e9;
         for (size_t s = 0; s < tile.segments.size(); ++s) {
-            const HXMapDataSegmentSpec& seg = tile.segments[s];
+            const HXMapDataSegmentInput& seg = tile.segments[s];
             if (seg.lons.size() != seg.lats.size() || seg.lons.size() > UINT32_MAX) {
                 hx_register_error(0, "HXMapDataWriter: vector '%s': bad segment.\n",
                                   v.name.c_str());

@@ -10,7 +10,7 @@
 // A grid resolution: nlon x nlat pixels, row 0 the southern one, each pixel
 // 2 bytes (a little-endian signed sample, content 1) or 3 bytes (red,
 // green, blue, content 2).
-struct HXMapDataGridSpec {
+struct HXMapDataGridInput {
     std::string name;
     std::string resolution;
     double degrees_per_pixel = 0;
@@ -25,30 +25,30 @@ struct HXMapDataGridSpec {
 };
 
 // One polygon or polyline, microdegrees.
-struct HXMapDataSegmentSpec {
+struct HXMapDataSegmentInput {
     int level = 1;
     int fill = 0;
     std::vector<int> lons;
     std::vector<int> lats;
 };
 
-struct HXMapDataVectorTileSpec {
+struct HXMapDataVectorTileInput {
     long fill = 0;
-    std::vector<HXMapDataSegmentSpec> segments;
+    std::vector<HXMapDataSegmentInput> segments;
 };
 
-struct HXMapDataVectorSpec {
+struct HXMapDataVectorInput {
     std::string name;
     std::string resolution;
     double degrees_per_pixel = 0;
     bool big_endian = true; // data_type 4
-    std::vector<HXMapDataVectorTileSpec> tiles;
+    std::vector<HXMapDataVectorTileInput> tiles;
 };
 
 class HXMapDataWriter {
 public:
-    void addGrid(const HXMapDataGridSpec& grid) { grids.push_back({true, grid, {}}); }
-    void addVector(const HXMapDataVectorSpec& vec) { grids.push_back({false, {}, vec}); }
+    void addGrid(const HXMapDataGridInput& grid) { grids.push_back({true, grid, {}}); }
+    void addVector(const HXMapDataVectorInput& vec) { grids.push_back({false, {}, vec}); }
     // The file's bytes. 0, or -1 with a registered error (bad sizes).
     int toBytes(std::vector<unsigned char>& out) const;
     // Writes the file (through a temporary name, then renamed). 0 or -1.
@@ -57,8 +57,8 @@ public:
 private:
     struct Entry {
         bool is_grid;
-        HXMapDataGridSpec grid;
-        HXMapDataVectorSpec vec;
+        HXMapDataGridInput grid;
+        HXMapDataVectorInput vec;
     };
     std::vector<Entry> grids;
 };

@@ -41,7 +41,7 @@ size_t dataOffset(const std::vector<unsigned char>& b)
 std::vector<unsigned char> gridFile(long compressed = 1)
 {
     HXMapDataWriter w;
-    HXMapDataGridSpec g = elevationGrid(10, 6, 4);
+    HXMapDataGridInput g = elevationGrid(10, 6, 4);
     g.compressed = compressed;
     w.addGrid(g);
     return bytesOf(w);
@@ -375,7 +375,7 @@ TEST(MapData, SharedSegmentRecordsCannotMultiplyMemory)
     // Many tiles naming the same segment records: refused once their total
     // exceeds what the file could hold.
     HXMapDataWriter w;
-    HXMapDataVectorSpec v = vectorOf({segment(1, 0, {0, 1}, {0, 1})});
+    HXMapDataVectorInput v = vectorOf({segment(1, 0, {0, 1}, {0, 1})});
     v.tiles.resize(64, v.tiles[0]);
     w.addVector(v);
     std::vector<unsigned char> b = bytesOf(w);
@@ -499,7 +499,7 @@ TEST(MapData, WriterIsDeterministicAndRefusesBadSizes)
 {
     EXPECT_EQ(gridFile(), gridFile());
     HXMapDataWriter w;
-    HXMapDataGridSpec g = elevationGrid(10, 6, 4);
+    HXMapDataGridInput g = elevationGrid(10, 6, 4);
     g.pixels.pop_back();
     w.addGrid(g);
     std::vector<unsigned char> b;

@@ -13,7 +13,7 @@
 
 namespace {
 
-std::string fileWith(const std::vector<HXMapDataGridSpec>& grids, const char* name)
+std::string fileWith(const std::vector<HXMapDataGridInput>& grids, const char* name)
 {
     HXMapDataWriter w;
     for (const auto& g : grids)
@@ -155,7 +155,7 @@ TEST(KGRMapDataResolution, IntegerForm)
 
 TEST(KGRMapDataResolution, DegreesPerPixelForm)
 {
-    std::vector<HXMapDataGridSpec> g(3, elevationGrid(4, 4, 2));
+    std::vector<HXMapDataGridInput> g(3, elevationGrid(4, 4, 2));
     g[0].degrees_per_pixel = 0.5;
     g[1].degrees_per_pixel = -0.1; // the absolute value is compared
     g[2].degrees_per_pixel = 0.02;
@@ -331,7 +331,7 @@ TEST(KGRMapDataImage, MercatorRowsAreLatitudes)
 {
     // One-degree rows: the row of a pixel tells its latitude.
     std::string path = fileWith({elevationGrid(1, 180, 16, -180, -90, 1.0)}, "rows.kmd");
-    HXMapDataGridSpec g = elevationGrid(1, 180, 16, -180, -90, 1.0);
+    HXMapDataGridInput g = elevationGrid(1, 180, 16, -180, -90, 1.0);
     g.dlon = 360;
     path = fileWith({g}, "rows360.kmd");
     KGRMapData md(const_cast<char*>(path.c_str()), 2);
@@ -345,7 +345,7 @@ TEST(KGRMapDataImage, MercatorRowsAreLatitudes)
 
 TEST(KGRMapDataImage, EquidistantPixelsComeFromTheInverseProjection)
 {
-    HXMapDataGridSpec g = elevationGrid(360, 180, 64, -180, -90, 1.0);
+    HXMapDataGridInput g = elevationGrid(360, 180, 64, -180, -90, 1.0);
     std::string path = fileWith({g}, "world.kmd");
     KGRMapData md(const_cast<char*>(path.c_str()), 4);
     md.setResolution(0);

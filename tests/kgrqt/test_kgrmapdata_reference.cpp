@@ -60,14 +60,14 @@ std::vector<GmtCase> gmtCases()
 // The pieces of a case as level-1 polylines of a map-data file.
 std::string piecesFile(const GmtCase& c)
 {
-    std::map<int, HXMapDataSegmentSpec> pieces;
+    std::map<int, HXMapDataSegmentInput> pieces;
     for (const GmtPoint& p : c.points) {
-        HXMapDataSegmentSpec& s = pieces[p.piece];
+        HXMapDataSegmentInput& s = pieces[p.piece];
         s.level = 1;
         s.lons.push_back(int(std::lround(p.lon * 1e6)));
         s.lats.push_back(int(std::lround(p.lat * 1e6)));
     }
-    std::vector<HXMapDataSegmentSpec> segs;
+    std::vector<HXMapDataSegmentInput> segs;
     for (auto& kv : pieces)
         segs.push_back(kv.second);
     HXMapDataWriter w;

@@ -38,7 +38,7 @@ struct Style {
     }
 };
 
-std::unique_ptr<KGRMapData> open(const HXMapDataVectorSpec& v, const char* name)
+std::unique_ptr<KGRMapData> open(const HXMapDataVectorInput& v, const char* name)
 {
     HXMapDataWriter w;
     w.addVector(v);
@@ -75,7 +75,7 @@ QRgb at(const QImage& image, double lon, double lat, double xl = -180)
     return image.pixel(int(lon - xl + 0.5), int(90 - lat + 0.5));
 }
 
-HXMapDataSegmentSpec square(int level, int fill, double lon0, double lat0, double size)
+HXMapDataSegmentInput square(int level, int fill, double lon0, double lat0, double size)
 {
     return segment(level, fill, {lon0, lon0 + size, lon0 + size, lon0, lon0},
                    {lat0, lat0, lat0 + size, lat0 + size, lat0});

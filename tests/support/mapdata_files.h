@@ -38,10 +38,10 @@ inline int sampleAt(long i, long j)
 }
 
 // An elevation grid of nlon x nlat one-degree cells from (lon0, lat0).
-inline HXMapDataGridSpec elevationGrid(long nlon, long nlat, long tile, double lon0 = -180,
-                                       double lat0 = -90, double d = 1.0)
+inline HXMapDataGridInput elevationGrid(long nlon, long nlat, long tile, double lon0 = -180,
+                                        double lat0 = -90, double d = 1.0)
 {
-    HXMapDataGridSpec g;
+    HXMapDataGridInput g;
     g.name = "elevation";
     g.resolution = "test";
     g.degrees_per_pixel = d;
@@ -62,10 +62,10 @@ inline HXMapDataGridSpec elevationGrid(long nlon, long nlat, long tile, double l
 }
 
 // A grid of one value everywhere (content 1) or one colour (content 2).
-inline HXMapDataGridSpec constantGrid(int content, int value, int r, int g_, int b, long nlon = 36,
-                                      long nlat = 18)
+inline HXMapDataGridInput constantGrid(int content, int value, int r, int g_, int b, long nlon = 36,
+                                       long nlat = 18)
 {
-    HXMapDataGridSpec g;
+    HXMapDataGridInput g;
     g.name = content == 1 ? "elevation" : "image";
     g.resolution = "constant";
     g.degrees_per_pixel = 360.0 / double(nlon);
@@ -89,10 +89,10 @@ inline HXMapDataGridSpec constantGrid(int content, int value, int r, int g_, int
 }
 
 // A segment from degree corners.
-inline HXMapDataSegmentSpec segment(int level, int fill, const std::vector<double>& lons,
-                                    const std::vector<double>& lats)
+inline HXMapDataSegmentInput segment(int level, int fill, const std::vector<double>& lons,
+                                     const std::vector<double>& lats)
 {
-    HXMapDataSegmentSpec s;
+    HXMapDataSegmentInput s;
     s.level = level;
     s.fill = fill;
     for (size_t i = 0; i < lons.size(); ++i) {
@@ -102,10 +102,10 @@ inline HXMapDataSegmentSpec segment(int level, int fill, const std::vector<doubl
     return s;
 }
 
-inline HXMapDataVectorSpec vectorOf(const std::vector<HXMapDataSegmentSpec>& segs,
-                                    bool big_endian = true, double dpp = 0.1)
+inline HXMapDataVectorInput vectorOf(const std::vector<HXMapDataSegmentInput>& segs,
+                                     bool big_endian = true, double dpp = 0.1)
 {
-    HXMapDataVectorSpec v;
+    HXMapDataVectorInput v;
     v.name = "coasts";
     v.resolution = "test";
     v.degrees_per_pixel = dpp;
