@@ -10,6 +10,8 @@ packages=(
   libgtest-dev googletest
   clang libclang-rt-14-dev clang-format
   fonts-dejavu-core
+  zlib1g-dev libgdal-dev
+  gmt gmt-gshhg-low marble-qt-data ferret-datasets
 )
 
 missing=()

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the trace-drawing benchmark (bench/bench_trace.cpp): the
-# polyline item against QPainter::drawPolyline, Qwt and QCustomPlot.
+# polyline item against QPainter::drawPolyline, Qwt and QCustomPlot; then
+# the map-data benchmark (bench/bench_mapdata.cpp) with gdalwarp timed on
+# the same equidistant image job.
 # The two plotting libraries are benchmark peers only, so they are installed
 # here and not by tools/bootstrap.sh.
 #
@@ -12,7 +14,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${BUILD_DIR:-build-bench}"
 
-packages="libbenchmark-dev libqwt-qt5-dev libqcustomplot-dev"
+packages="libbenchmark-dev libqwt-qt5-dev libqcustomplot-dev gdal-bin"
 missing=""
 for p in $packages; do
     dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
@@ -25,7 +27,7 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -37,3 +39,30 @@ QT_QPA_PLATFORM=offscreen "$build/bin/bench_trace" \
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_annotation" \
     --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
     --benchmark_out="$build/bench_annotation.json" --benchmark_out_format=json "$@"
+
+# Map data: the files kgrqt-mapdata builds (made here with the plain build
+# when missing).
+[ -d build ] || cmake -S . -B build >/dev/null
+bash tools/install-mapdata.sh build
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_mapdata" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_mapdata.json" --benchmark_out_format=json "$@"
+
+# gdalwarp on the same job: the Blue Marble and the ETOPO5 relief into
+# 1920 x 1080 azimuthal equidistant on a sphere about (40 N, 10 E), 340
+# degrees of arc across, nearest neighbour, two threads, into memory.
+# Five runs each; wall and user seconds of each run.
+bm="$build/bluemarble-4326.tif"
+[ -f "$bm" ] || gdal_translate -q -a_srs EPSG:4326 -a_ullr -180 90 180 -90 \
+    /usr/share/marble/data/maps/earth/bluemarble/bluemarble.jpg "$bm"
+read -r hw hh < <(awk 'BEGIN { r = 6371000 * 3.141592653589793 / 180;
+    printf "%.3f %.3f\n", 170 * r, 170 * 1080 / 1920 * r }')
+srs="+proj=aeqd +lat_0=40 +lon_0=10 +R=6371000 +units=m"
+for src in "$bm" 'NETCDF:"/usr/share/ferret-vis/data/etopo5.cdf":ROSE'; do
+    for i in 1 2 3 4 5; do
+        /usr/bin/time -f "gdalwarp $(basename "$src"): %e s wall, %U s user" \
+            gdalwarp -q -overwrite -r near -wo NUM_THREADS=2 -multi -s_srs EPSG:4326 \
+            -t_srs "$srs" -te -"$hw" -"$hh" "$hw" "$hh" -ts 1920 1080 -of MEM "$src" warp.mem \
+            2>&1 | grep '^gdalwarp'
+    done
+done

@@ -16,6 +16,8 @@ jobs=$(nproc)
 
 cmake -S . -B "$dir" -DKGRQT_SANITIZE="$sanitize" >/dev/null
 cmake --build "$dir" -j"$jobs" ${target:+--target "$target"}
+# The map-data files from Debian's data packages, once (plain builds only).
+[ -z "$sanitize" ] && [ -z "$target" ] && bash tools/install-mapdata.sh "$dir"
 export QT_QPA_PLATFORM=offscreen
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
