@@ -27,7 +27,7 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_polypoint
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -66,3 +66,8 @@ for src in "$bm" 'NETCDF:"/usr/share/ferret-vis/data/etopo5.cdf":ROSE'; do
             2>&1 | grep '^gdalwarp'
     done
 done
+
+# 100000 point symbols against QCustomPlot's scatter, and the symbol searches.
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_polypoint" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_polypoint.json" --benchmark_out_format=json "$@"
