@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the trace-drawing benchmark (bench/bench_trace.cpp): the
-# polyline item against QPainter::drawPolyline, Qwt and QCustomPlot.
+# polyline item against QPainter::drawPolyline, Qwt and QCustomPlot; then
+# the event-database benchmark (bench/bench_eventdb.cpp).
 # The two plotting libraries are benchmark peers only, so they are installed
 # here and not by tools/bootstrap.sh.
 #
@@ -25,10 +26,19 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace
+cmake --build "$build" -j2 --target bench_trace bench_eventdb
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_trace" \
     --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
     --benchmark_out="$build/bench_trace.json" --benchmark_out_format=json "$@"
+
+# The event view on 100,000 events and 1,000,000 detections, on SQLite and,
+# on a throwaway PostgreSQL cluster, PostgreSQL (the databases are built on
+# the first run and take a few minutes).
+pg_uri=$(bash tools/pg-test-cluster.sh start "$build")
+trap 'bash tools/pg-test-cluster.sh stop "$build"' EXIT
+(cd "$build" && KGRQT_PG_URI="$pg_uri" bin/bench_eventdb \
+    --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
+    --benchmark_out=bench_eventdb.json --benchmark_out_format=json "$@")

@@ -3,9 +3,9 @@
 // A poll must be cheap when nothing changed. On SQLite that is one stat()
 // of the file (deleted or replaced?) and PRAGMA data_version (did another
 // connection commit?); only after a commit are the per-table counters that
-// the triggers bump read. On PostgreSQL the triggers NOTIFY, and a poll
-// reads pending notices from the socket without a round trip; the counters
-// are read after a notice, and every so often anyway in case one was lost.
+// the triggers bump read. On PostgreSQL the triggers NOTIFY with the table
+// and kind of change, and a poll reads pending notices from the socket
+// without a round trip; a broken connection shows there too.
 #include "hx_eventdb.h"
 #include "hx_eventview_impl.h"
 
@@ -22,8 +22,6 @@ const char* const hxev_tables[] = {"event", "origin", "netmag", "detection", "as
 
 namespace {
 
-// PostgreSQL polls without a notice after which the counters are read anyway.
-const int PG_SAFETY_POLLS = 50;
 // Seconds between attempts to reach a database that went away.
 const double RECONNECT_SECONDS = 1.0;
 
@@ -145,16 +143,18 @@ int HXEventView::checkChanges(Arr** changes)
         }
         return d->reportAll(*changes, HXEV_CHANGE_RESET);
     }
-    if (d->kind == HXEVDB_SQLITE) {
+    if (d->kind == HXEVDB_POSTGRESQL) {
+        int codes[HXEV_NTABLES] = {0};
+        bool notified = false;
+        d->checkPostgresql(codes, &notified, &why);
+        if (!why && !notified)
+            return 0;
+        if (!why)
+            return d->reportCodes(codes, *changes);
+    } else {
         int committed = d->checkFile(&why);
         if (committed <= 0)
             return committed;
-    } else {
-        bool notified = false;
-        d->checkPostgresql(&notified, &why);
-        if (!why && !notified && ++d->quiet_polls < PG_SAFETY_POLLS)
-            return 0;
-        d->quiet_polls = 0;
     }
     HXEVCounters now{};
     bool busy = false;

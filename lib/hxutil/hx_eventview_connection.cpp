@@ -88,8 +88,11 @@ int HXEventView::Impl::openDatabase(const char* func)
     }
     q_counters.reset(new QSqlQuery(database));
     q_counters->setForwardOnly(true);
-    q_counters->prepare("SELECT tbl, inserts, changes FROM hx_counter "
-                        "UNION ALL SELECT 'hx_schema', version, 0 FROM hx_schema");
+    // PostgreSQL has no counters: its notices say what changed.
+    q_counters->prepare(kind == HXEVDB_SQLITE
+                            ? "SELECT tbl, inserts, changes FROM hx_counter "
+                              "UNION ALL SELECT 'hx_schema', version, 0 FROM hx_schema"
+                            : "SELECT 'hx_schema', version, 0 FROM hx_schema");
     open = true;
     if (readBaseline(func) < 0) {
         closeDatabase();
@@ -129,7 +132,6 @@ void HXEventView::Impl::closeDatabase()
     connection.clear();
     open = false;
     data_version = -1;
-    quiet_polls = 0;
 }
 
 int HXEventView::Impl::readCounters(HXEVCounters* c, bool* busy)
@@ -199,10 +201,10 @@ int HXEventView::Impl::checkFile(const char** why)
     return 1;
 }
 
-int HXEventView::Impl::checkPostgresql(bool* notified, const char** why)
+int HXEventView::Impl::checkPostgresql(int* codes, bool* notified, const char** why)
 {
     if (!pg) {
-        *notified = true; // no socket to watch: read the counters every time
+        *why = "gave no connection handle";
         return 0;
     }
     if (!PQconsumeInput(pg) || PQstatus(pg) == CONNECTION_BAD) {
@@ -211,9 +213,38 @@ int HXEventView::Impl::checkPostgresql(bool* notified, const char** why)
     }
     while (PGnotify* n = PQnotifies(pg)) {
         *notified = true;
+        QString payload = QString::fromUtf8(n->extra);
         PQfreemem(n);
+        if (payload == "hx_schema") {
+            *why = "changed its schema";
+            continue;
+        }
+        int i = tableIndex(payload.section(':', 0, 0));
+        if (i < 0)
+            continue;
+        int code = payload.endsWith(":i") ? HXEV_CHANGE_INSERTED : HXEV_CHANGE_MODIFIED;
+        if (code > codes[i])
+            codes[i] = code;
     }
     return 0;
+}
+
+int HXEventView::Impl::reportCodes(const int* codes, Arr* changes)
+{
+    int n = 0;
+    for (int i = 0; i < HXEV_NTABLES; i++) {
+        if (!codes[i])
+            continue;
+        int* value = (int*)malloc(sizeof(int));
+        if (!value) {
+            hx_register_error(1, "HXEventView::checkChanges: out of memory\n");
+            return -1;
+        }
+        *value = codes[i];
+        free(setarr(changes, hxev_tables[i], value));
+        n++;
+    }
+    return n;
 }
 
 int HXEventView::Impl::reportAll(Arr* changes, int code)
@@ -232,26 +263,13 @@ int HXEventView::Impl::reportAll(Arr* changes, int code)
 
 int HXEventView::Impl::compareCounters(const HXEVCounters& now, Arr* changes)
 {
-    int n = 0;
-    for (int i = 0; i < HXEV_NTABLES; i++) {
-        int code = 0;
-        if (now.changes[i] != counters.changes[i])
-            code = HXEV_CHANGE_MODIFIED;
-        else if (now.inserts[i] != counters.inserts[i])
-            code = HXEV_CHANGE_INSERTED;
-        if (!code)
-            continue;
-        int* value = (int*)malloc(sizeof(int));
-        if (!value) {
-            hx_register_error(1, "HXEventView::checkChanges: out of memory\n");
-            return -1;
-        }
-        *value = code;
-        free(setarr(changes, hxev_tables[i], value));
-        n++;
-    }
+    int codes[HXEV_NTABLES];
+    for (int i = 0; i < HXEV_NTABLES; i++)
+        codes[i] = now.changes[i] != counters.changes[i]   ? HXEV_CHANGE_MODIFIED
+                   : now.inserts[i] != counters.inserts[i] ? HXEV_CHANGE_INSERTED
+                                                           : 0;
     counters = now;
-    return n;
+    return reportCodes(codes, changes);
 }
 
 int HXEventView::Impl::notOpen(const char* func)

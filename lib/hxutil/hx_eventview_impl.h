@@ -51,7 +51,6 @@ struct HXEventView::Impl : HXDbSource {
     long long data_version = -1;
     HXEVCounters counters{};
     pg_conn* pg = nullptr; // libpq handle, for notifications
-    int quiet_polls = 0;   // PostgreSQL polls without a notification
     double next_reconnect = 0;
     std::unique_ptr<QSqlQuery> q_data_version, q_counters, q_cookie;
 
@@ -69,7 +68,8 @@ struct HXEventView::Impl : HXDbSource {
     int readBaseline(const char* func);
     int readCounters(HXEVCounters* c, bool* busy);
     int checkFile(const char** why);
-    int checkPostgresql(bool* notified, const char** why);
+    int checkPostgresql(int* codes, bool* notified, const char** why);
+    int reportCodes(const int* codes, Arr* changes);
     int reportAll(Arr* changes, int code);
     int compareCounters(const HXEVCounters& now, Arr* changes);
 

@@ -28,14 +28,14 @@ inline std::string testPostgresUri()
 class TestDb {
 public:
     // Opens (creating and migrating) name; for PostgreSQL the database is
-    // emptied first.
-    explicit TestDb(const std::string& name) : name_(name)
+    // emptied first unless keep is set.
+    explicit TestDb(const std::string& name, bool keep = false) : name_(name)
     {
         ok_ = hxevdb_open(name.c_str(), HXEVDB_CREATE | HXEVDB_WRITER, 2000, &conn_) == 0;
         if (!ok_)
             return;
         QSqlDatabase db = QSqlDatabase::database(conn_, false);
-        if (hxevdb_kind(db) == HXEVDB_POSTGRESQL) {
+        if (!keep && hxevdb_kind(db) == HXEVDB_POSTGRESQL) {
             QSqlQuery q(db);
             q.exec("DROP SCHEMA public CASCADE");
             q.exec("CREATE SCHEMA public");
