@@ -19,8 +19,10 @@ namespace {
 
 int lineError(const char* source, long line, const char* what, const QByteArray& value)
 {
-    hx_register_error(0, "hxcat_read_fdsntext: %s: line %ld: %s '%s'\n", source, line, what,
-                      value.left(80).constData());
+    // The value may be a slice of unterminated input: print it by length.
+    QByteArray v = value.left(80);
+    hx_register_error(0, "hxcat_read_fdsntext: %s: line %ld: %s '%.*s'\n", source, line, what,
+                      (int)v.size(), v.constData());
     return -1;
 }
 
@@ -99,7 +101,8 @@ int hxcat_read_fdsntext(const char* data, size_t size, const char* source, HXCat
     while (start < all.size()) {
         int nl = all.indexOf('\n', start);
         int stop = nl < 0 ? all.size() : nl;
-        QByteArray text = all.mid(start, stop - start);
+        // A deep copy: slices of raw data are not null-terminated.
+        QByteArray text(all.constData() + start, stop - start);
         start = stop + 1;
         line++;
         if (text.endsWith('\r'))

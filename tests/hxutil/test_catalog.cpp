@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -182,6 +183,16 @@ TEST_F(CatalogTest, FdsnTextLinesAndErrors)
                   std::string::npos)
             << err;
     }
+}
+
+TEST_F(CatalogTest, FdsnErrorAtTheEndOfUnterminatedInput)
+{
+    // The input is not null-terminated: the message must not read past it.
+    const std::string line = "|2018-02-01|10|20|5|us|us|us|a1|mb|4.5|us|x";
+    std::vector<char> exact(line.begin(), line.end());
+    HXCatalog cat;
+    EXPECT_EQ(hxcat_read_fdsntext(exact.data(), exact.size(), "t.txt", &cat), -1);
+    EXPECT_NE(takeRegister().find("line 1: no EventID in '" + line + "'"), std::string::npos);
 }
 
 TEST_F(CatalogTest, FailedStoreLeavesNothing)
