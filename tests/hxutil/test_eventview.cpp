@@ -300,3 +300,36 @@ INSTANTIATE_TEST_SUITE_P(Backends, EventViewTest, ::testing::Values("sqlite", "p
                          [](const auto& info) { return std::string(info.param); });
 
 } // namespace
+
+namespace {
+
+TEST(EventViewPostgresql, LostConnectionIsCode3AndResetRecovers)
+{
+    std::string uri = testPostgresUri();
+    if (uri.empty())
+        GTEST_SKIP() << "KGRQT_PG_URI is not set";
+    hx_clear_register(0);
+    TestDb db(uri);
+    ASSERT_TRUE(db.ok()) << takeRegister();
+    db.addEvent("a", 100, 1, 1);
+    HXEventView view;
+    ASSERT_EQ(view.configure("dbname", uri.c_str(), (char*)0), 0) << takeRegister();
+    Arr* changes = nullptr;
+    ASSERT_EQ(view.checkChanges(&changes), 0);
+    // The server ends every other session on this database: the view's too.
+    ASSERT_TRUE(db.exec("SELECT pg_terminate_backend(pid) FROM pg_stat_activity "
+                        "WHERE datname = current_database() AND pid <> pg_backend_pid()"));
+    int n = 0;
+    for (int i = 0; i < 100 && (n = view.checkChanges(&changes)) == 0; i++)
+        usleep(20000);
+    ASSERT_EQ(n, HXEV_NTABLES);
+    EXPECT_EQ(hxev_change_code(changes, "event"), HXEV_CHANGE_RESET);
+    EXPECT_NE(takeRegister().find("lost its connection"), std::string::npos);
+    ASSERT_EQ(view.reset(), 0) << takeRegister();
+    Tbl* events = nullptr;
+    ASSERT_EQ(view.refreshEvents(&events), 0) << takeRegister();
+    EXPECT_EQ(maxtbl(events), 1);
+    freearr(changes, free);
+}
+
+} // namespace
