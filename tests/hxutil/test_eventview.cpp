@@ -137,7 +137,10 @@ TEST_P(EventViewTest, FollowsInsertsUpdatesAndDeletes)
     auto* rec1 = (HXEVEvent*)gettbl(events, 0);
     EXPECT_EQ(view->checkChanges(&changes), 0);
 
+    // One transaction: its notices arrive together.
+    db->w().begin();
     db->addEvent("c", 300, 3, 3);
+    db->w().commit();
     ASSERT_GT(poll(), 0);
     EXPECT_EQ(hxev_change_code(changes, "event"), HXEV_CHANGE_MODIFIED); // insert, then prefor set
     EXPECT_EQ(hxev_change_code(changes, "origin"), HXEV_CHANGE_INSERTED);
