@@ -7,6 +7,7 @@ packages=(
   cmake make g++ pkg-config
   qtbase5-dev libqt5svg5-dev
   libmseed-dev
+  libeigen3-dev
   libgtest-dev googletest
   clang libclang-rt-14-dev clang-format
   fonts-dejavu-core
