@@ -25,7 +25,7 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_moment
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -37,3 +37,8 @@ QT_QPA_PLATFORM=offscreen "$build/bin/bench_trace" \
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_annotation" \
     --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
     --benchmark_out="$build/bench_annotation.json" --benchmark_out_format=json "$@"
+
+# Moment tensors to beach-ball outlines.
+"$build/bin/bench_moment" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_moment.json" --benchmark_out_format=json "$@"
