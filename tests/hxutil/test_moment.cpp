@@ -210,8 +210,25 @@ protected:
         return n ? static_cast<double>(agree) / n : 1;
     }
 
+    // Vertices no further apart than 3 pixels on a ball 200 pixels across,
+    // and closed outlines.
+    static void expectSmooth(const Ball& ball)
+    {
+        for (const Poly* poly : {&ball.nodal1, &ball.nodal2, &ball.p1, &ball.p2})
+            for (size_t i = 1; i < poly->size(); ++i)
+                EXPECT_LT(
+                    std::hypot((*poly)[i].x - (*poly)[i - 1].x, (*poly)[i].y - (*poly)[i - 1].y),
+                    0.03);
+        for (const Poly* poly : {&ball.p1, &ball.p2})
+            if (!poly->empty())
+                EXPECT_LT(
+                    std::hypot(poly->front().x - poly->back().x, poly->front().y - poly->back().y),
+                    1e-9);
+    }
+
     static void expectInDisc(const Ball& ball)
     {
+        expectSmooth(ball);
         for (const Poly* poly : {&ball.nodal1, &ball.nodal2, &ball.p1, &ball.p2, &ball.t, &ball.p})
             for (const Pt& q : *poly)
                 EXPECT_LE(q.x * q.x + q.y * q.y, 1 + 1e-12);
