@@ -361,6 +361,31 @@ TEST_F(MomentTest, TohokuIsAThrustDippingWest)
     EXPECT_FALSE(ball.compressional(-0.95, 0));
 }
 
+TEST_F(MomentTest, KahramanmarasIsAStrikeSlip)
+{
+    // C202302060117A, 2023-02-06 Pazarcik (Kahramanmaras), Turkey, Mw 7.8,
+    // Global CMT: Mrr -0.37, Mtt -5.11, Mpp 5.48, Mrt -1.41, Mrp 1.35,
+    // Mtp 1.30, 10^27 dyne-cm. Strike-slip on a steep fault with P about
+    // north-south and T about east-west: both nodal curves run near the
+    // centre, the north and south ends of the horizontal are dilatational,
+    // the east and west ends compressional.
+    Tensor m = fromCmt(-0.37, -5.11, 5.48, -1.41, 1.35, 1.30, 27);
+    Ball ball = compute(m);
+    expectInDisc(ball);
+    EXPECT_FALSE(ball.compressional(0, 0.95));
+    EXPECT_FALSE(ball.compressional(0, -0.95));
+    EXPECT_TRUE(ball.compressional(0.95, 0));
+    EXPECT_TRUE(ball.compressional(-0.95, 0));
+    for (const Poly* nodal : {&ball.nodal1, &ball.nodal2}) {
+        ASSERT_FALSE(nodal->empty());
+        double closest = 1;
+        for (const Pt& q : *nodal)
+            closest = std::min(closest, std::hypot(q.x, q.y));
+        EXPECT_LT(closest, 0.35); // planes steeper than about 60 degrees
+    }
+    EXPECT_GT(agreement(ball, m), 0.999);
+}
+
 TEST_F(MomentTest, Explosion)
 {
     Ball ball = compute({1, 1, 1, 0, 0, 0});
