@@ -28,7 +28,7 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_eventdb
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_eventdb bench_moment
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -76,3 +76,8 @@ trap 'bash tools/pg-test-cluster.sh stop "$build"' EXIT
 (cd "$build" && KGRQT_PG_URI="$pg_uri" bin/bench_eventdb \
     --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
     --benchmark_out=bench_eventdb.json --benchmark_out_format=json "$@")
+
+# Moment tensors to beach-ball outlines.
+"$build/bin/bench_moment" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_moment.json" --benchmark_out_format=json "$@"
