@@ -5,8 +5,10 @@ set -euo pipefail
 
 packages=(
   cmake make g++ pkg-config
-  qtbase5-dev libqt5svg5-dev
+  qtbase5-dev libqt5svg5-dev libqt5sql5-sqlite libqt5sql5-psql libpq-dev
+  postgresql sqlite3
   libmseed-dev
+  libeigen3-dev
   libgtest-dev googletest
   clang libclang-rt-14-dev clang-format
   fonts-dejavu-core

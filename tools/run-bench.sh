@@ -3,6 +3,7 @@
 # polyline item against QPainter::drawPolyline, Qwt and QCustomPlot; then
 # the map-data benchmark (bench/bench_mapdata.cpp) with gdalwarp timed on
 # the same equidistant image job.
+# the event-database benchmark (bench/bench_eventdb.cpp).
 # The two plotting libraries are benchmark peers only, so they are installed
 # here and not by tools/bootstrap.sh.
 #
@@ -27,7 +28,7 @@ fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_polypoint
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_eventdb bench_moment bench_polypoint
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -66,6 +67,20 @@ for src in "$bm" 'NETCDF:"/usr/share/ferret-vis/data/etopo5.cdf":ROSE'; do
             2>&1 | grep '^gdalwarp'
     done
 done
+
+# The event view on 100,000 events and 1,000,000 detections, on SQLite and,
+# on a throwaway PostgreSQL cluster, PostgreSQL (the databases are built on
+# the first run and take a few minutes).
+pg_uri=$(bash tools/pg-test-cluster.sh start "$build")
+trap 'bash tools/pg-test-cluster.sh stop "$build"' EXIT
+(cd "$build" && KGRQT_PG_URI="$pg_uri" bin/bench_eventdb \
+    --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
+    --benchmark_out=bench_eventdb.json --benchmark_out_format=json "$@")
+
+# Moment tensors to beach-ball outlines.
+"$build/bin/bench_moment" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_moment.json" --benchmark_out_format=json "$@"
 
 # 100000 point symbols against QCustomPlot's scatter, and the symbol searches.
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_polypoint" \

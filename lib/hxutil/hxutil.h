@@ -6,6 +6,7 @@
 #include "hx_containers.h"
 #include "hx_db.h"
 #include "hx_error.h"
+#include "hx_eventview.h"
 #include "hx_geodesy.h"
 #include "hx_mapdata.h"
 #include "hx_moment.h"

@@ -15,12 +15,6 @@
 #include <cstring>
 #include <new>
 
-// The moment routines are bound weakly while the utility library may come
-// without them: a tensor then counts as rejected.
-#pragma weak hxmoment_create
-#pragma weak hxmoment_compute_bb
-#pragma weak hxmoment_free_hxmoment
-
 namespace {
 
 // The cache holds at most this many tensors before it is emptied whole.
@@ -48,8 +42,6 @@ void freeHandle(char* handle)
 int computeNodes(const double* m, QPainterPath** nodes)
 {
     *nodes = nullptr;
-    if (!hxmoment_create || !hxmoment_compute_bb || !hxmoment_free_hxmoment)
-        return 0;
     HXMoment* moment = nullptr;
     if (hxmoment_create(0, &moment, m[0], m[1], m[2], m[3], m[4], m[5]) < 0 || !moment) {
         hx_clear_register(0);

@@ -1,0 +1,243 @@
+// The event view on a large database: 100,000 events with 1,000,000
+// detections over 100 days. Reading every event, one day of detections, a
+// poll with no change, and importing 100,000 QuakeML events. SQLite always;
+// PostgreSQL too when KGRQT_PG_URI names a database (which is emptied).
+//
+// The SQLite database is built once into bench-eventdb.db in the working
+// directory and reused.
+#include "hx_catalog.h"
+#include "hx_error.h"
+#include "hx_eventdb.h"
+#include "hx_eventdb_writer.h"
+#include "hx_eventview.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QFile>
+#include <QSqlQuery>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace {
+
+const int EVENTS = 100000;
+const int DETECTIONS_PER_EVENT = 10;
+const double T0 = 1700000000;
+const double SPAN = 100 * 86400.0;
+
+std::string sqliteName()
+{
+    return "sqlite:bench-eventdb.db";
+}
+
+// Fills an empty database; returns false on failure.
+bool populate(const std::string& name)
+{
+    QString conn;
+    if (hxevdb_open(name.c_str(), HXEVDB_CREATE | HXEVDB_WRITER, 5000, &conn) < 0)
+        return false;
+    bool ok = true;
+    {
+        QSqlDatabase db = QSqlDatabase::database(conn);
+        if (hxevdb_kind(db) == HXEVDB_POSTGRESQL) {
+            QSqlQuery q(db);
+            q.exec("DROP SCHEMA public CASCADE");
+            q.exec("CREATE SCHEMA public");
+        }
+        ok = hxevdb_migrate(db) >= 0;
+        HXEvdbWriter w(conn);
+        ok = ok && w.begin() == 0;
+        char sta[16];
+        for (int s = 0; ok && s < 500; s++) {
+            snprintf(sta, sizeof sta, "S%03d", s);
+            ok = w.site(sta, "BN", -60 + (s % 25) * 5.0, -180 + (s / 25) * 18.0, 0) >= 0;
+        }
+        for (int i = 0; ok && i < EVENTS; i++) {
+            double t = T0 + SPAN * i / EVENTS;
+            long evid = w.event(nullptr, "bench", "bench");
+            HXEVOrigin o{};
+            o.evid = evid;
+            o.time = t;
+            o.lat = -60 + (i * 37 % 120);
+            o.lon = -180 + (i * 53 % 360);
+            o.depth = i % 600;
+            o.ml = 1 + (i % 60) / 10.0;
+            o.mb = o.ms = o.mw = -999;
+            long orid = w.origin(nullptr, o);
+            ok = evid > 0 && orid > 0 && w.setPreferred(evid, orid) == 0;
+            for (int k = 0; ok && k < DETECTIONS_PER_EVENT; k++) {
+                HXEVDetectionStachan d{};
+                snprintf(d.sta, sizeof d.sta, "S%03d", (i * 7 + k * 13) % 500);
+                d.time = t + 5 + 10 * k;
+                ok = w.detection(nullptr, d) > 0;
+            }
+            if (ok && i % 10000 == 9999)
+                ok = w.commit() == 0 && w.begin() == 0;
+        }
+        ok = ok && w.pruneChangelog(1000) == 0 && w.commit() == 0;
+    }
+    hxevdb_close(conn);
+    if (!ok)
+        hx_clear_register(1);
+    return ok;
+}
+
+std::string pgName()
+{
+    const char* uri = getenv("KGRQT_PG_URI");
+    return uri ? uri : "";
+}
+
+// The database of a backend, built on first use.
+const std::string* database(int backend)
+{
+    static std::string names[2];
+    static bool tried[2];
+    if (!tried[backend]) {
+        tried[backend] = true;
+        std::string name = backend == 0 ? sqliteName() : pgName();
+        bool present = backend == 0 && QFile::exists("bench-eventdb.db");
+        if (!name.empty() && (present || populate(name)))
+            names[backend] = name;
+    }
+    return names[backend].empty() ? nullptr : &names[backend];
+}
+
+std::unique_ptr<HXEventView> openView(benchmark::State& state)
+{
+    const std::string* name = database(state.range(0));
+    if (!name) {
+        state.SkipWithError("no database (set KGRQT_PG_URI for PostgreSQL)");
+        return nullptr;
+    }
+    std::unique_ptr<HXEventView> view(new HXEventView());
+    if (view->configure("dbname", name->c_str(), (char*)0) < 0) {
+        hx_clear_register(1);
+        state.SkipWithError("cannot open the database");
+        return nullptr;
+    }
+    return view;
+}
+
+void BM_RefreshEventsEverything(benchmark::State& state)
+{
+    auto view = openView(state);
+    if (!view)
+        return;
+    Tbl* events = nullptr;
+    for (auto _ : state) {
+        view->reset(); // the next refresh reads every event
+        if (view->refreshEvents(&events) < 0 || maxtbl(events) != EVENTS)
+            state.SkipWithError("refreshEvents failed");
+    }
+    state.counters["events"] = maxtbl(events);
+}
+
+void BM_RefreshDetectionsOneDay(benchmark::State& state)
+{
+    auto view = openView(state);
+    if (!view)
+        return;
+    Tbl* dets = nullptr;
+    double t = T0 + 50 * 86400.0;
+    for (auto _ : state)
+        if (view->refreshDetections(t, t + 86400, &dets) < 0)
+            state.SkipWithError("refreshDetections failed");
+    state.counters["detections"] = maxtbl(dets);
+}
+
+void BM_PollNoChange(benchmark::State& state)
+{
+    auto view = openView(state);
+    if (!view)
+        return;
+    Arr* changes = nullptr;
+    view->checkChanges(&changes);
+    for (auto _ : state)
+        if (view->checkChanges(&changes) != 0)
+            state.SkipWithError("unexpected change");
+    freearr(changes, free);
+}
+
+// A QuakeML document of n events, each with an origin and a magnitude.
+std::string quakeml(int n)
+{
+    std::string s = "<?xml version=\"1.0\"?>\n<q:quakeml xmlns:q=\"http://quakeml.org/xmlns/"
+                    "quakeml/1.2\" xmlns=\"http://quakeml.org/xmlns/bed/1.2\">\n"
+                    "<eventParameters publicID=\"bench\">\n";
+    char buf[1024];
+    for (int i = 0; i < n; i++) {
+        snprintf(buf, sizeof buf,
+                 "<event publicID=\"ev/%d\"><preferredOriginID>or/%d</preferredOriginID>"
+                 "<description><text>Bench region %d</text></description>\n"
+                 "<origin publicID=\"or/%d\"><time><value>2023-01-01T00:00:%02d.%03dZ</value>"
+                 "</time><latitude><value>%.3f</value></latitude><longitude><value>%.3f</value>"
+                 "</longitude><depth><value>%d</value></depth></origin>\n"
+                 "<magnitude publicID=\"mg/%d\"><mag><value>%.1f</value></mag><type>ML</type>"
+                 "<originID>or/%d</originID></magnitude></event>\n",
+                 i, i, i % 100, i, i % 60, i % 1000, -60 + (i * 37 % 120) + 0.5,
+                 -180 + (i * 53 % 360) + 0.25, (i % 600) * 1000, i, 1 + (i % 60) / 10.0, i);
+        s += buf;
+    }
+    return s + "</eventParameters>\n</q:quakeml>\n";
+}
+
+void BM_ImportQuakeml(benchmark::State& state)
+{
+    const int n = EVENTS;
+    std::string text = quakeml(n);
+    std::string name = state.range(0) == 0 ? "sqlite:bench-import.db" : pgName();
+    if (name.empty()) {
+        state.SkipWithError("set KGRQT_PG_URI for PostgreSQL");
+        return;
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        QFile::remove("bench-import.db");
+        QFile::remove("bench-import.db-wal");
+        QFile::remove("bench-import.db-shm");
+        QString conn;
+        bool ok = hxevdb_open(name.c_str(), HXEVDB_CREATE | HXEVDB_WRITER, 5000, &conn) == 0;
+        if (ok) {
+            QSqlDatabase db = QSqlDatabase::database(conn);
+            if (hxevdb_kind(db) == HXEVDB_POSTGRESQL) {
+                QSqlQuery q(db);
+                q.exec("DROP SCHEMA public CASCADE");
+                q.exec("CREATE SCHEMA public");
+            }
+            ok = hxevdb_migrate(db) >= 0;
+        }
+        state.ResumeTiming();
+        HXCatalog cat;
+        HXCatStoreStats st{};
+        {
+            HXEvdbWriter w(conn);
+            ok = ok && hxcat_read_quakeml(text.data(), text.size(), "bench", &cat) == 0 &&
+                 hxcat_store(cat, w, &st) == 0 && st.events == n;
+        }
+        hxevdb_close(conn);
+        if (!ok) {
+            hx_clear_register(1);
+            state.SkipWithError("import failed");
+        }
+    }
+    state.counters["events"] = n;
+    state.counters["MB"] = text.size() / 1e6;
+}
+
+void backends(benchmark::internal::Benchmark* b)
+{
+    b->ArgName("postgresql")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(BM_RefreshEventsEverything)->Apply(backends)->MinTime(2);
+BENCHMARK(BM_RefreshDetectionsOneDay)->Apply(backends);
+BENCHMARK(BM_PollNoChange)->ArgName("postgresql")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ImportQuakeml)->Apply(backends)->Iterations(1);
+
+} // namespace
+
+BENCHMARK_MAIN();
