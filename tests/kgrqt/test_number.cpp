@@ -93,7 +93,18 @@ TEST(NiceNumber, HugeValuesStayWithinTheBuffer)
 {
     EXPECT_EQ(nice(1e300, "auto").size(), 301u);
     EXPECT_LT(nice(1e300, "%f").size(), size_t(KGRQT_NUMBER_MAX));
-    EXPECT_LT(nice(1.0, "%600.1f").size(), size_t(KGRQT_NUMBER_MAX));
+    EXPECT_EQ(nice(1.0, "%500.1f").size(), 500u);
+}
+
+// A width or precision no label can hold is refused before the C library
+// tries to build the conversion (a fuzzer found "%.2111100200e" asking for
+// gigabytes).
+TEST(NiceNumber, WidthsAndPrecisionsBeyondALabelFallBackToAuto)
+{
+    EXPECT_EQ(nice(0.5, "%600.1f"), "0.5");
+    EXPECT_EQ(nice(0.5, "%.2111100200e"), "0.5");
+    EXPECT_EQ(nice(0.5, "%99999999999999999999d"), "0.5");
+    EXPECT_EQ(nice(0.5, "%.3f"), "0.500");
 }
 
 TEST(NiceValues, TenUnitsOverFiveHundredPixels)

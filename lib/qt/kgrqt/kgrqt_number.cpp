@@ -16,6 +16,20 @@ const int kSignificantDigits = 13;
 // The conversion a user's label format makes of its one argument.
 enum class Conversion { Invalid, Integer, Floating };
 
+// Steps over the digits of a field width or precision. False when the
+// count is wider than a label can be: the C library would otherwise build
+// the whole conversion in memory before truncating it.
+bool skipCount(const char** p)
+{
+    int count = 0;
+    for (; isdigit(static_cast<unsigned char>(**p)); ++*p) {
+        count = count * 10 + (**p - '0');
+        if (count >= KGRQT_NUMBER_MAX)
+            return false;
+    }
+    return true;
+}
+
 // Checks that a format has exactly one conversion and that it takes a
 // number of the kind its last letter says: "%d"-style formats an int, the
 // floating-point letters a double. Anything else (a "%s", a "%n", two
@@ -34,12 +48,12 @@ Conversion classifyFormat(const char* format)
         ++p;
         while (*p && strchr("-+ #0", *p))
             ++p;
-        while (isdigit(static_cast<unsigned char>(*p)))
-            ++p;
+        if (!skipCount(&p))
+            return Conversion::Invalid;
         if (*p == '.') {
             ++p;
-            while (isdigit(static_cast<unsigned char>(*p)))
-                ++p;
+            if (!skipCount(&p))
+                return Conversion::Invalid;
         }
         if (*p == 'l')
             ++p;
