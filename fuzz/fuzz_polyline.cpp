@@ -1,6 +1,7 @@
 // Viewports and polylines with arbitrary records and points: the
 // transforms and the drawing must never crash or hang, whatever the sizes,
 // margins, modes, bounds, pans, gains and coordinates.
+#include "fuzz_input.h"
 #include "kgrqt.h"
 
 #include <QApplication>
@@ -15,32 +16,12 @@
 
 namespace {
 
-// Reads values off the input, yielding zeros once it runs out.
-struct Input {
-    const uint8_t* data;
-    size_t size;
+const double kSpecials[] = {KGR_UNSET, -KGR_UNSET, 0.0,       1e300, -1e300,
+                            NAN,       INFINITY,   -INFINITY, 90.0,  -90.0};
 
-    template <typename T> T take()
-    {
-        T v{};
-        size_t n = size < sizeof v ? size : sizeof v;
-        memcpy(&v, data, n);
-        data += n;
-        size -= n;
-        return v;
-    }
-    // A double that is often a plain number and sometimes a special one.
-    double number()
-    {
-        static const double specials[] = {KGR_UNSET, -KGR_UNSET, 0.0,       1e300, -1e300,
-                                          NAN,       INFINITY,   -INFINITY, 90.0,  -90.0};
-        uint8_t kind = take<uint8_t>();
-        if (kind < 40)
-            return specials[kind % 10];
-        if (kind < 160)
-            return take<int16_t>() / 16.0;
-        return take<double>();
-    }
+// A double that is often a plain number and sometimes a special one.
+struct Input : FuzzInput {
+    double number() { return FuzzInput::number<int16_t>(kSpecials, 40, 160, 16.0); }
 };
 
 QApplication* application()
@@ -79,7 +60,7 @@ void exerciseTransforms(Input& in, KgrviewportItem vp)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     application();
-    Input in{data, size};
+    Input in{{data, size}};
     static const char* const modes[] = {"lin", "log", "time"};
     static const char* const trans[] = {"none", "edp", "merc", "geog"};
 

@@ -2,6 +2,7 @@
 // extremes of any range must be those of the samples, and the reduced
 // drawing must never crash or hang, whatever the values (breaks, NaN,
 // infinities, huge numbers), the order of x, the view and the pen.
+#include "fuzz_input.h"
 #include "kgrqt.h"
 #include "kgrqt_trace.h"
 
@@ -17,30 +18,12 @@
 
 namespace {
 
-struct Input {
-    const uint8_t* data;
-    size_t size;
+const double kSpecials[] = {KGR_UNSET, -KGR_UNSET, 0.0,    1e300, -1e300,
+                            NAN,       INFINITY,   1e-300, 5.0,   -5.0};
 
-    template <typename T> T take()
-    {
-        T v{};
-        size_t n = size < sizeof v ? size : sizeof v;
-        memcpy(&v, data, n);
-        data += n;
-        size -= n;
-        return v;
-    }
-    double number()
-    {
-        static const double specials[] = {KGR_UNSET, -KGR_UNSET, 0.0,    1e300, -1e300,
-                                          NAN,       INFINITY,   1e-300, 5.0,   -5.0};
-        uint8_t kind = take<uint8_t>();
-        if (kind < 20)
-            return specials[kind % 10];
-        if (kind < 200)
-            return take<int8_t>() / 8.0;
-        return take<double>();
-    }
+// A double that is often a plain number and sometimes a special one.
+struct Input : FuzzInput {
+    double number() { return FuzzInput::number<int8_t>(kSpecials, 20, 200, 8.0); }
 };
 
 QApplication* application()
@@ -83,7 +66,7 @@ void checkRanges(Input& in, const std::vector<double>& x, const std::vector<doub
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     application();
-    Input in{data, size};
+    Input in{{data, size}};
     kgrqt_trace_tuning().min_points = 2;
     kgrqt_trace_tuning().dense_points = 2 + in.take<uint8_t>() % 8;
 
