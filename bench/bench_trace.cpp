@@ -233,10 +233,12 @@ void qwtCurve(benchmark::State& state, int n, bool antialias)
         [&](QPainter& p) { curve.draw(&p, xMap, yMap, QRectF(0, 0, kWidth, kHeight)); });
 }
 
-void customPlotGraph(benchmark::State& state, int n, bool antialias)
+// QCustomPlot's graph of a trace filling the whole image: no axes, no
+// margins, one pen, the view given.
+template <typename TraceData>
+void setUpCustomPlotGraph(QCustomPlot& plot, const TraceData& t, bool antialias, double x0,
+                          double x1, double y0, double y1)
 {
-    const Trace& t = traceOf(n);
-    QCustomPlot plot;
     plot.resize(kWidth, kHeight);
     plot.axisRect()->setAutoMargins(QCP::msNone);
     plot.axisRect()->setMargins(QMargins(0, 0, 0, 0));
@@ -249,8 +251,15 @@ void customPlotGraph(benchmark::State& state, int n, bool antialias)
     graph->setAntialiased(antialias);
     graph->setData(QVector<double>(t.x.begin(), t.x.end()), QVector<double>(t.y.begin(), t.y.end()),
                    true);
-    plot.xAxis->setRange(t.x0, t.x1);
-    plot.yAxis->setRange(t.y0, t.y1);
+    plot.xAxis->setRange(x0, x1);
+    plot.yAxis->setRange(y0, y1);
+}
+
+void customPlotGraph(benchmark::State& state, int n, bool antialias)
+{
+    const Trace& t = traceOf(n);
+    QCustomPlot plot;
+    setUpCustomPlotGraph(plot, t, antialias, t.x0, t.x1, t.y0, t.y1);
     timeDrawing<QCPPainter>(
         state, antialias, [] {}, [&](QCPPainter& p) { plot.toPainter(&p, kWidth, kHeight); });
 }
@@ -325,20 +334,7 @@ struct FidelityScene {
 QImage customPlotImage(const TestTrace& t, const KgrviewportItem& r, bool antialias)
 {
     QCustomPlot plot;
-    plot.resize(kWidth, kHeight);
-    plot.axisRect()->setAutoMargins(QCP::msNone);
-    plot.axisRect()->setMargins(QMargins(0, 0, 0, 0));
-    plot.xAxis->setVisible(false);
-    plot.yAxis->setVisible(false);
-    plot.setAntialiasedElements(antialias ? QCP::aeAll : QCP::aeNone);
-    plot.setNotAntialiasedElements(antialias ? QCP::aeNone : QCP::aeAll);
-    QCPGraph* graph = plot.addGraph();
-    graph->setPen(QPen(kInk, 1));
-    graph->setAntialiased(antialias);
-    graph->setData(QVector<double>(t.x.begin(), t.x.end()), QVector<double>(t.y.begin(), t.y.end()),
-                   true);
-    plot.xAxis->setRange(r.xleft, r.xright);
-    plot.yAxis->setRange(r.ybottom, r.ytop);
+    setUpCustomPlotGraph(plot, t, antialias, r.xleft, r.xright, r.ybottom, r.ytop);
     QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::white);
     QCPPainter painter(&image);
