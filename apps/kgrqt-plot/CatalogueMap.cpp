@@ -136,8 +136,8 @@ int CatalogueMap::show(const std::vector<CatalogueEvent>& shown, const char* pro
     order = drawingOrder(events);
     if (vp->configure("fill", "white", "fill_frame", "#f2f6fa", kEnd) < 0 ||
         grid->configure("fill", "#a8b8c8", "fill_small", "#dde4ec", "xincrement", "30",
-                        "yincrement", "30", "xincrement_small", "10", "yincrement_small", "10",
-                        kEnd) < 0 ||
+                        "yincrement", "30", "mindx", "20", "mindy", "20", "xincrement_small", "10",
+                        "yincrement_small", "10", kEnd) < 0 ||
         points->configure("showtext", "0", kEnd) < 0 || setProjection(projection) < 0 ||
         loadPoints() < 0 || setTitle() < 0)
         return -1;
@@ -154,8 +154,8 @@ int CatalogueMap::setProjection(const char* projection)
                              "180", "ybottom", "-90", "ytop", "90", kEnd) < 0 ||
                        axes->configure("xlabel", "Longitude (degrees)", "ylabel",
                                        "Latitude (degrees)", "xincrement", "60", "yincrement", "30",
-                                       "font_labels", "Helvetica 11", "font_numbers",
-                                       "Helvetica 10", kEnd) < 0
+                                       "mindx", "40", "mindy", "30", "font_labels", "Helvetica 11",
+                                       "font_numbers", "Helvetica 10", kEnd) < 0
                    ? -1
                    : 0;
     if (p == "merc")
@@ -228,8 +228,8 @@ int CatalogueMap::setTitle()
     int tensors = 0;
     for (const CatalogueEvent& e : events)
         tensors += e.hasTensor;
-    const QString text = QString("%1 event%2, %3 with a moment tensor. Colour: depth (blue "
-                                 "shallow to red at 650 km); size: magnitude")
+    const QString text = QString("%1 event%2, %3 with a moment tensor; colour: depth, "
+                                 "size: magnitude")
                              .arg(events.size())
                              .arg(events.size() == 1 ? "" : "s")
                              .arg(tensors);
