@@ -221,6 +221,19 @@ TEST(CatalogueSnapshot, ShippedCatalogueAsPngSvgAndPdf)
     image = image.convertToFormat(QImage::Format_RGB32);
     EXPECT_TRUE(near(image.pixel(centre), compressional)) << std::hex << image.pixel(centre);
     EXPECT_EQ(image.pixel(centre + QPoint(23, 0)), kWhite);
+    // Its published principal axes: T plunging 55 degrees towards azimuth
+    // 295, P 35 degrees towards 115. Lower-hemisphere equal area puts an
+    // axis of plunge p at sqrt(2) sin((90 - p) / 2) of the radius, along
+    // its azimuth (north up, east right).
+    auto axisPixel = [&](double plunge, double azimuth) {
+        const double r = 26 * std::sqrt(2.0) * std::sin((90 - plunge) / 2 * M_PI / 180);
+        const double a = azimuth * M_PI / 180;
+        return QPoint(static_cast<int>(std::lround(centre.x() + r * std::sin(a))),
+                      static_cast<int>(std::lround(centre.y() - r * std::cos(a))));
+    };
+    EXPECT_TRUE(near(image.pixel(axisPixel(55, 295)), compressional))
+        << std::hex << image.pixel(axisPixel(55, 295));
+    EXPECT_EQ(image.pixel(axisPixel(35, 115)), kWhite);
     for (const char* name : {"map.svg", "map.pdf"}) {
         const std::string path = dir.filePath(name).toStdString();
         ASSERT_EQ(plot_write_snapshot(*map, path.c_str()), 0);
