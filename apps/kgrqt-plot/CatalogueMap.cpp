@@ -125,6 +125,7 @@ CatalogueMap::CatalogueMap(KGRViewport* viewport) : QObject(viewport), vp(viewpo
     points = new KGRPolypoint(vp);
     title = new KGRText(vp, const_cast<char*>("title"), const_cast<char*>("left"),
                         const_cast<char*>("top+24"));
+    key = new CatalogueLegend(vp);
     pick = new KGRPicker(vp); // last, so that it lies on top and gets the input
     pick->bind("mouseMoveEvent", catalogue_mouse_move, this);
     pick->bind("Leave", catalogue_leave, this);
@@ -141,6 +142,7 @@ int CatalogueMap::show(const std::vector<CatalogueEvent>& shown, const char* pro
         points->configure("showtext", "0", kEnd) < 0 || setProjection(projection) < 0 ||
         loadPoints() < 0 || setTitle() < 0)
         return -1;
+    setLegend();
     vp->update();
     return 0;
 }
@@ -237,6 +239,39 @@ int CatalogueMap::setTitle()
                             "Helvetica 11", kEnd);
 }
 
+// What the symbols' coding makes of a depth and a magnitude: a scratch
+// point run through it, so that the key shows what the map draws.
+CatalogueLegend::Swatch CatalogueMap::swatch(double depth, double magnitude, double value)
+{
+    KgrpolypointPoint p;
+    memset(static_cast<void*>(&p), 0, sizeof p);
+    p.visibility = 1;
+    p.opacity = 1.0;
+    p.color_value = depth;
+    p.size_value = magnitude;
+    KgrpolypointCoding c = dotCoding();
+    points->makeSymbol(&c, &p);
+    clearCoding(&c);
+    hx_clear_register(0);
+    CatalogueLegend::Swatch s{value, p.fill.color ? *p.fill.color : QColor(Qt::gray), p.size};
+    polypoint_free_point(&p);
+    return s;
+}
+
+void CatalogueMap::setLegend()
+{
+    std::vector<CatalogueLegend::Swatch> depths, magnitudes;
+    for (double depth : {0.0, 100.0, 300.0, 650.0}) {
+        depths.push_back(swatch(depth, 0, depth));
+        depths.back().radius = 6;
+    }
+    for (double magnitude : {2.0, 4.0, 6.0}) {
+        magnitudes.push_back(swatch(0, magnitude, magnitude));
+        magnitudes.back().colour = QColor("#d0d0d0");
+    }
+    key->setEntries(depths, magnitudes);
+}
+
 int CatalogueMap::eventOfPoint(int ipt) const
 {
     return ipt >= 0 && ipt < static_cast<int>(order.size()) ? order[ipt] : -1;
@@ -306,6 +341,7 @@ void CatalogueMap::paintItems(QPainter& painter)
     painter.setRenderHint(QPainter::Antialiasing);
     grid->draw(painter);
     points->draw(painter);
+    key->draw(painter);
     painter.setRenderHint(QPainter::Antialiasing, false);
     if (!axes->isHidden())
         axes->draw(painter);

@@ -3,10 +3,11 @@
 // surface through to red at 650 km) and magnitude (size), and a beach ball
 // for every event with a moment tensor, sized by its magnitude and drawn
 // over the others. Moving the mouse over an event shows its time, position,
-// depth and magnitude in a tool tip.
+// depth and magnitude in a tool tip; a key in a corner explains the codings.
 #ifndef KGRQT_CATALOGUE_MAP_H
 #define KGRQT_CATALOGUE_MAP_H
 
+#include "CatalogueLegend.h"
 #include "catalogue_text.h"
 #include "plot_scene.h"
 
@@ -57,18 +58,22 @@ public:
     KGRPolypoint* symbols() const { return points; }
     KGRGrid* graticule() const { return grid; }
     KGRPicker* picker() const { return pick; }
+    CatalogueLegend* legend() const { return key; }
 
 private:
     int setProjection(const char* projection);
     int loadPoints();
     void codePoint(KgrpolypointPoint* point, const CatalogueEvent& e);
     int setTitle();
+    CatalogueLegend::Swatch swatch(double depth, double magnitude, double value);
+    void setLegend();
 
     KGRViewport* vp;
     KGRGrid* grid;
     KGRAxes* axes;
     KGRPolypoint* points;
     KGRText* title;
+    CatalogueLegend* key;
     KGRPicker* pick;
     std::vector<CatalogueEvent> events;
     std::vector<int> order; // event index of each point: small on top, beach balls last

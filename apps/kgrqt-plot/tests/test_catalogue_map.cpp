@@ -172,6 +172,26 @@ TEST_F(CatalogueMapTest, ProjectionsAndEmptyCatalogue)
     EXPECT_TRUE(map->textAt(300, 170).isEmpty());
 }
 
+TEST_F(CatalogueMapTest, LegendShowsTheCodingsColoursAndSizes)
+{
+    ASSERT_EQ(map->show(events, "geog"), 0) << takeRegister();
+    QImage image = render();
+    // In the frame's lower left corner, 8 pixels in; depths 0, 100, 300
+    // and 650 km in a row of 46-pixel columns after a 74-pixel title,
+    // magnitudes 2, 4 and 6 beneath, sized as the map sizes them.
+    const QRect box = map->legend()->box();
+    EXPECT_EQ(box.left(), 56 + 8);
+    EXPECT_EQ(box.bottom() + 1, 340 - 48 - 8);
+    EXPECT_EQ(box.width(), 6 + 74 + 4 * 46 + 6);
+    const QPoint deepest(box.left() + 6 + 74 + 3 * 46 + 8, box.top() + 6 + 7 + 2);
+    EXPECT_TRUE(near(image.pixel(deepest), qRgb(255, 0, 0))) << std::hex << image.pixel(deepest);
+    const QPoint shallowest(box.left() + 6 + 74 + 8, deepest.y());
+    const QRgb surface = QColor::fromHslF(240 / 360.0, 1.0, 0.8).rgb();
+    EXPECT_TRUE(near(image.pixel(shallowest), surface)) << std::hex << image.pixel(shallowest);
+    // The pointer goes through the key to the map beneath.
+    EXPECT_TRUE(map->legend()->testAttribute(Qt::WA_TransparentForMouseEvents));
+}
+
 TEST_F(CatalogueMapTest, RejectedTensorFallsBackToADot)
 {
     events[1].m[0] = events[1].m[1] = events[1].m[2] = 0;
