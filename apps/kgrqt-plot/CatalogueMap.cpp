@@ -21,6 +21,7 @@ const char* const kEnd = nullptr;
 // the plain geographic map, and without axes.
 const char* const kMarginAxes = "56 24 48 34";
 const char* const kMarginBare = "16 16 16 34";
+const int kBareSide = 16, kBareTop = 34;
 // A symbol this close to the pointer (pixels from its centre) counts as
 // under it, so that the smallest ones can be found.
 const double kTipReach = 6.0;
@@ -152,36 +153,46 @@ int CatalogueMap::setProjection(const char* projection)
     const std::string p = projection ? projection : "";
     axes->setVisible(p == "geog");
     if (p == "geog")
-        return vp->configure("margin", kMarginAxes, "wtran", "geog", "xleft", "-180", "xright",
-                             "180", "ybottom", "-90", "ytop", "90", kEnd) < 0 ||
-                       axes->configure("xlabel", "Longitude (degrees)", "ylabel",
-                                       "Latitude (degrees)", "xincrement", "60", "yincrement", "30",
-                                       "mindx", "40", "mindy", "30", "font_labels", "Helvetica 11",
-                                       "font_numbers", "Helvetica 10", kEnd) < 0
-                   ? -1
-                   : 0;
+        return showWorld();
     if (p == "merc")
         return vp->configure("margin", kMarginBare, "wtran", "merc", "xleft", "-180", "xright",
                              "180", "ybottom", "-75", "ytop", "80", kEnd);
-    if (p == "edp") {
-        // About the largest event, as wide as half the globe.
-        const auto largest =
-            std::max_element(events.begin(), events.end(), [](const auto& a, const auto& b) {
-                return a.magnitude < b.magnitude;
-            });
-        const double lat = largest == events.end() ? 0 : largest->lat;
-        const double lon = largest == events.end() ? 0 : largest->lon;
-        const double aspect =
-            vp->width() > 40 ? double(vp->height() - 50) / (vp->width() - 32) : 0.5;
-        const double half = kEdpHalfWidth * aspect;
-        return vp->configure("margin", kMarginBare, "wtran", "edp", "latr", number(lat).c_str(),
-                             "lonr", number(lon).c_str(), "xleft", number(-kEdpHalfWidth).c_str(),
-                             "xright", number(kEdpHalfWidth).c_str(), "ybottom",
-                             number(-half).c_str(), "ytop", number(half).c_str(), kEnd);
-    }
+    if (p == "edp")
+        return showAroundLargest();
     hx_register_error(0, "CatalogueMap::show: unknown projection '%s' (geog, merc or edp)\n",
                       p.c_str());
     return -1;
+}
+
+// The whole world in plain longitude and latitude, with axes.
+int CatalogueMap::showWorld()
+{
+    if (vp->configure("margin", kMarginAxes, "wtran", "geog", "xleft", "-180", "xright", "180",
+                      "ybottom", "-90", "ytop", "90", kEnd) < 0)
+        return -1;
+    return axes->configure("xlabel", "Longitude (degrees)", "ylabel", "Latitude (degrees)",
+                           "xincrement", "60", "yincrement", "30", "mindx", "40", "mindy", "30",
+                           "font_labels", "Helvetica 11", "font_numbers", "Helvetica 10", kEnd);
+}
+
+// Equidistant about the largest event, half the globe wide, as high as the
+// frame's shape allows.
+int CatalogueMap::showAroundLargest()
+{
+    const auto largest = std::max_element(
+        events.begin(), events.end(),
+        [](const CatalogueEvent& a, const CatalogueEvent& b) { return a.magnitude < b.magnitude; });
+    const double lat = largest == events.end() ? 0 : largest->lat;
+    const double lon = largest == events.end() ? 0 : largest->lon;
+    const int frameWidth = vp->width() - 2 * kBareSide;
+    const int frameHeight = vp->height() - kBareSide - kBareTop;
+    const double aspect =
+        frameWidth > 0 && frameHeight > 0 ? double(frameHeight) / frameWidth : 0.5;
+    const double half = kEdpHalfWidth * aspect;
+    return vp->configure("margin", kMarginBare, "wtran", "edp", "latr", number(lat).c_str(), "lonr",
+                         number(lon).c_str(), "xleft", number(-kEdpHalfWidth).c_str(), "xright",
+                         number(kEdpHalfWidth).c_str(), "ybottom", number(-half).c_str(), "ytop",
+                         number(half).c_str(), kEnd);
 }
 
 int CatalogueMap::loadPoints()
@@ -198,12 +209,10 @@ int CatalogueMap::loadPoints()
         hxvector_create(name.c_str(), HXVECTOR_PLAIN) < 0)
         return -1;
     int result = 0;
-    if (!events.empty())
-        result = hxvector_add_points(name.c_str(), static_cast<int>(x.size()), x.data(), y.data(),
-                                     nullptr) < 0 ||
-                         points->configure("vector", name.c_str(), kEnd) < 0
-                     ? -1
-                     : 0;
+    if (!events.empty() && (hxvector_add_points(name.c_str(), static_cast<int>(x.size()), x.data(),
+                                                y.data(), nullptr) < 0 ||
+                            points->configure("vector", name.c_str(), kEnd) < 0))
+        result = -1;
     hxvector_free(name.c_str());
     for (int i = 0; result == 0 && i < points->polypoint.npts; ++i)
         codePoint(&points->polypoint.point[i], events[order[i]]);

@@ -62,6 +62,8 @@ public:
 
 private:
     int setProjection(const char* projection);
+    int showWorld();
+    int showAroundLargest();
     int loadPoints();
     void codePoint(KgrpolypointPoint* point, const CatalogueEvent& e);
     int setTitle();
