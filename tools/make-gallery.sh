@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Renders the gallery (one picture per widget class and feature, from the
-# scenes in apps/kgrqt-gallery) into docs/gallery.
+# scenes in apps/kgrqt-gallery) into docs/gallery. The catalogue scene
+# reads data/catalogue.txt (tools/gen_catalogue.sh).
 #   tools/make-gallery.sh [directory]
 set -euo pipefail
 cd "$(dirname "$0")/.."

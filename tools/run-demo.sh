@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and plots the bundled miniSEED sample
 # with kgrqt-plot: a window when there is a display, otherwise a PNG
-# snapshot. Arguments go to kgrqt-plot instead (options and a file).
+# snapshot. Arguments go to kgrqt-plot instead (options and a file), e.g.
+#   tools/run-demo.sh --catalogue data/catalogue.txt   (the events on a map)
 # It also builds the sample event database (build/data/sample-events.db)
 # when missing; kgrqt-evfeed replays into another one:
 #   build/bin/kgrqt-evfeed --speed 60 build/data/live.db data/earthquakes.txt

@@ -273,7 +273,13 @@ const std::vector<GalleryScene>& gallery_scenes()
         {"taskbar", "A taskbar: a button struck through, a coloured one, a faded one", 480, 200,
          taskbar},
     };
-    return scenes;
+    static const std::vector<GalleryScene> all = [] {
+        std::vector<GalleryScene> v = scenes;
+        for (const GalleryScene& s : gallery_beachball_scenes())
+            v.push_back(s);
+        return v;
+    }();
+    return all;
 }
 
 QImage gallery_render(const GalleryScene& scene)

@@ -22,6 +22,9 @@ struct GalleryScene {
 
 const std::vector<GalleryScene>& gallery_scenes();
 
+// The focal-mechanism scenes (gallery_beachballs.cpp), part of the above.
+std::vector<GalleryScene> gallery_beachball_scenes();
+
 // The scene rendered off screen.
 QImage gallery_render(const GalleryScene& scene);
 

@@ -8,6 +8,8 @@
 #ifndef KGRQT_PLOT_VIEW_H
 #define KGRQT_PLOT_VIEW_H
 
+#include "plot_scene.h"
+
 #include <QImage>
 #include <QPoint>
 
@@ -36,14 +38,14 @@ struct PlotControls {
     int ylog;       // logarithmic amplitude axes
 };
 
-class PlotView {
+class PlotView : public PlotScene {
 public:
     // The margins of every channel's viewport, pixels.
     static const int kMarginLeft = 80, kMarginRight = 20, kMarginBottom = 70, kMarginTop = 40;
 
     // Throws a character string when a widget cannot be made.
     PlotView(int width, int height);
-    ~PlotView();
+    ~PlotView() override;
     PlotView(const PlotView&) = delete;
     PlotView& operator=(const PlotView&) = delete;
 
@@ -70,13 +72,13 @@ public:
     int setLogarithmic(bool on);
 
     // The window as an image at the screen's pixel density.
-    QImage render();
+    QImage render() override;
     // Draws every channel's items straight onto a painter (a vector device
     // keeps text and lines as vectors); the buttons are left out.
-    void paintItems(QPainter& painter);
+    void paintItems(QPainter& painter) override;
 
     int channels() const { return static_cast<int>(channelList.size()); }
-    QWidget* window() const { return top; }
+    QWidget* window() const override { return top; }
     KGRViewport* viewport(int i = 0) const { return part(i).vp; }
     KGRPicker* picker(int i = 0) const { return part(i).pick; }
     KGRPolyline* polyline(int i = 0) const { return part(i).line; }
@@ -116,9 +118,5 @@ private:
     int dragChannel = 0;
     QPoint dragStart;
 };
-
-// Writes the view to a file chosen by its name: ".svg" and ".pdf" as
-// vectors, anything else as PNG. 0, or -1 after printing why.
-int plot_write_snapshot(PlotView& view, const char* path);
 
 #endif

@@ -1,8 +1,9 @@
 // Plots the channels of a miniSEED file, stacked on one time axis, or the
-// trace of a two-column text file.
+// trace of a two-column text file; or the events of a catalogue on a map.
 //
 //   kgrqt-plot [--snapshot FILE] [--size WIDTHxHEIGHT] [--ratio R] [--color COLOUR] FILE
 //   kgrqt-plot [...] --synthetic N
+//   kgrqt-plot [--snapshot FILE] [--size WxH] [--projection geog|merc|edp] --catalogue FILE
 //
 // --synthetic N plots a random walk of N samples at 100 Hz instead of a
 // file (10000000 is a day of a 100 Hz channel plus a sixth).
@@ -12,6 +13,12 @@
 // rendered into a file whose path is printed: SVG or PDF when its name
 // ends so, PNG otherwise (at R device pixels a pixel with --ratio). A file
 // that cannot be read ends the program with exit code 2.
+//
+// --catalogue shows a text catalogue (format in catalogue_text.h and in
+// --help) on a map: symbols coloured by depth and sized by magnitude, beach
+// balls for events with moment tensors, the event under the pointer in a
+// tool tip.
+#include "CatalogueMap.h"
 #include "PlotView.h"
 #include "plot_trace.h"
 #include "synthetic_trace.h"
@@ -27,6 +34,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,7 +43,24 @@ namespace {
 const char* const kUsage =
     "usage: kgrqt-plot [--snapshot FILE.png|.svg|.pdf] [--size WIDTHxHEIGHT]\n"
     "                  [--ratio R] [--color COLOUR] FILE\n"
-    "       kgrqt-plot [...] --synthetic N\n";
+    "       kgrqt-plot [...] --synthetic N\n"
+    "       kgrqt-plot [--snapshot FILE] [--size WxH] [--projection geog|merc|edp]\n"
+    "                  --catalogue CATALOGUE\n";
+const char* const kHelp =
+    "\nFILE is miniSEED, or text with one \"time-or-x y\" point a line.\n"
+    "--synthetic N plots a random walk of N samples at 100 Hz.\n"
+    "--catalogue plots a text catalogue on a map (--projection: geog, the\n"
+    "default, plain longitude and latitude; merc, Mercator; edp, equidistant\n"
+    "about the largest event). One event a line, blank-separated:\n"
+    "  TIME LAT LON DEPTH MAG [MRR MTT MPP MRT MRP MTP EXP]\n"
+    "TIME is ISO 8601 UTC (2011-03-11T05:46:24.12Z), LAT and LON degrees\n"
+    "north and east, DEPTH km, MAG the magnitude. The optional moment tensor\n"
+    "is given as the Global CMT catalogue lists it: components in the order\n"
+    "Mrr Mtt Mpp Mrt Mrp Mtp (r up, theta south, phi east), each times\n"
+    "10^EXP dyne-cm. \"#\" starts a comment line.\n"
+    "Symbols are coloured by depth (blue at the surface to red at 650 km)\n"
+    "and sized by magnitude; events with a tensor are beach balls.\n"
+    "Without a display (or with --snapshot) the plot goes to a file.\n";
 // The most channels of one file shown stacked.
 const int kMaxChannels = 12;
 // Line colours of the channels after the first.
@@ -50,6 +75,9 @@ struct Options {
     int height = 400;
     long synthetic = 0;          // samples of a synthetic trace instead of a file
     const char* ratio = nullptr; // device pixels per pixel of a PNG snapshot
+    const char* catalogue = nullptr;
+    const char* projection = "geog";
+    bool sized = false; // --size given
 };
 
 bool parseRatio(const char* text)
@@ -72,7 +100,20 @@ bool parseOptions(int argc, char** argv, Options* options)
     for (int i = 1; i < argc; ++i) {
         const char* arg = argv[i];
         const bool hasValue = i + 1 < argc;
-        if (strcmp(arg, "--snapshot") == 0 && hasValue) {
+        if (strcmp(arg, "--help") == 0 || strcmp(arg, "-h") == 0) {
+            printf("%s%s", kUsage, kHelp);
+            exit(0);
+        } else if (strcmp(arg, "--catalogue") == 0 && hasValue) {
+            options->catalogue = argv[++i];
+        } else if (strcmp(arg, "--projection") == 0 && hasValue) {
+            options->projection = argv[++i];
+            if (strcmp(options->projection, "geog") && strcmp(options->projection, "merc") &&
+                strcmp(options->projection, "edp")) {
+                fprintf(stderr, "kgrqt-plot: bad projection '%s' (geog, merc or edp)\n",
+                        options->projection);
+                return false;
+            }
+        } else if (strcmp(arg, "--snapshot") == 0 && hasValue) {
             options->snapshot = argv[++i];
         } else if (strcmp(arg, "--ratio") == 0 && hasValue) {
             options->ratio = argv[++i];
@@ -83,6 +124,7 @@ bool parseOptions(int argc, char** argv, Options* options)
         } else if (strcmp(arg, "--color") == 0 && hasValue) {
             options->colour = argv[++i];
         } else if (strcmp(arg, "--size") == 0 && hasValue) {
+            options->sized = true;
             if (!parseSize(argv[++i], &options->width, &options->height)) {
                 fprintf(stderr, "kgrqt-plot: bad size '%s' (50x50 to 10000x10000)\n", argv[i]);
                 return false;
@@ -103,6 +145,12 @@ bool parseOptions(int argc, char** argv, Options* options)
             return false;
         }
     }
+    if (options->catalogue && (options->file || options->synthetic)) {
+        fprintf(stderr, "kgrqt-plot: a catalogue or a trace, not both\n%s", kUsage);
+        return false;
+    }
+    if (options->catalogue)
+        return true;
     if (options->file && options->synthetic) {
         fprintf(stderr, "kgrqt-plot: a file or --synthetic, not both\n%s", kUsage);
         return false;
@@ -207,6 +255,38 @@ bool isHeadless()
     return platform == "offscreen" || platform == "minimal";
 }
 
+// The catalogue's window: a map the size asked for (1000 x 560 by default).
+int showCatalogue(const Options& options, const std::vector<CatalogueEvent>& events)
+{
+    KGRViewport* vp = new KGRViewport(nullptr);
+    std::unique_ptr<KGRViewport> owner(vp);
+    vp->setWindowTitle(QString("kgrqt-plot: ") + options.catalogue);
+    vp->resize(options.sized ? options.width : 1000, options.sized ? options.height : 560);
+    auto* map = new CatalogueMap(vp);
+    if (map->show(events, options.projection) < 0) {
+        reportFailure("cannot show the catalogue");
+        return 2;
+    }
+    if (options.snapshot)
+        return plot_write_snapshot(*map, options.snapshot) < 0 ? 2 : 0;
+    vp->show();
+    return QApplication::exec();
+}
+
+// Reads the catalogue; false after reporting why.
+bool readCatalogue(const char* path, std::vector<CatalogueEvent>* events)
+{
+    if (plot_read_catalogue(path, events) < 0) {
+        reportFailure((std::string("cannot plot '") + path + "'").c_str());
+        return false;
+    }
+    int tensors = 0;
+    for (const CatalogueEvent& e : *events)
+        tensors += e.hasTensor;
+    printf("%s: %zu events, %d with a moment tensor\n", path, events->size(), tensors);
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -221,13 +301,18 @@ int main(int argc, char** argv)
     // density shows.
     if (options.ratio)
         setenv("QT_SCALE_FACTOR", options.ratio, 1);
+    std::vector<CatalogueEvent> events;
+    if (options.catalogue && !readCatalogue(options.catalogue, &events))
+        return 2;
     std::vector<PlotTrace> traces;
-    if (!readChannels(options, &traces))
+    if (!options.catalogue && !readChannels(options, &traces))
         return 2;
     QApplication app(argc, argv);
     if (!options.snapshot && isHeadless())
         options.snapshot = "kgrqt-plot.png";
     try {
+        if (options.catalogue)
+            return showCatalogue(options, events);
         // Stacked channels get the window's height each, up to a screenful.
         const int channels = static_cast<int>(traces.size());
         const int height = std::min(options.height * channels, std::max(options.height, 1000));

@@ -1,6 +1,6 @@
 // Snapshots of the plot: PNG at the screen's pixel density, SVG and PDF as
 // vectors, the items drawn straight onto the vector device.
-#include "PlotView.h"
+#include "plot_scene.h"
 
 #include <QDir>
 #include <QPageSize>
@@ -19,9 +19,9 @@ bool endsWith(const QString& path, const char* suffix)
     return path.endsWith(suffix, Qt::CaseInsensitive);
 }
 
-bool writeSvg(PlotView& view, const QString& path)
+bool writeSvg(PlotScene& scene, const QString& path)
 {
-    const QSize size = view.window()->size();
+    const QSize size = scene.window()->size();
     QSvgGenerator svg;
     svg.setFileName(path);
     svg.setSize(size);
@@ -30,14 +30,14 @@ bool writeSvg(PlotView& view, const QString& path)
     QPainter painter;
     if (!painter.begin(&svg))
         return false;
-    view.paintItems(painter);
+    scene.paintItems(painter);
     return painter.end();
 }
 
 // One page the size of the window, one point a pixel.
-bool writePdf(PlotView& view, const QString& path)
+bool writePdf(PlotScene& scene, const QString& path)
 {
-    const QSize size = view.window()->size();
+    const QSize size = scene.window()->size();
     QPdfWriter pdf(path);
     pdf.setCreator("kgrqt-plot");
     pdf.setResolution(72);
@@ -46,22 +46,22 @@ bool writePdf(PlotView& view, const QString& path)
     QPainter painter;
     if (!painter.begin(&pdf))
         return false;
-    view.paintItems(painter);
+    scene.paintItems(painter);
     return painter.end();
 }
 
 } // namespace
 
-int plot_write_snapshot(PlotView& view, const char* path)
+int plot_write_snapshot(PlotScene& scene, const char* path)
 {
     const QString file = QString::fromLocal8Bit(path);
     bool ok = false;
     if (endsWith(file, ".svg"))
-        ok = writeSvg(view, file);
+        ok = writeSvg(scene, file);
     else if (endsWith(file, ".pdf"))
-        ok = writePdf(view, file);
+        ok = writePdf(scene, file);
     else
-        ok = view.render().save(file, "PNG");
+        ok = scene.render().save(file, "PNG");
     if (!ok) {
         fprintf(stderr, "kgrqt-plot: cannot write '%s'\n", path);
         return -1;

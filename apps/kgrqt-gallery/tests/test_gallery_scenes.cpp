@@ -10,10 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <set>
-#include <utility>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -114,4 +115,39 @@ TEST(GalleryScenes, JustificationSceneHasNineBoxes)
                 image.pixel(x - 1, y) != outline)
                 sides.insert({x, y * 3 / image.height()});
     EXPECT_EQ(sides.size(), 9u);
+}
+
+TEST(GalleryScenes, BeachBallsShowTheirSourceTypes)
+{
+    QImage image = rendered("beachballs");
+    // Five balls of radius 40 across 640 pixels, centres 128 apart at
+    // y = 88; compressional parts red, the rest white.
+    const QRgb red = qRgb(0xc8, 0x10, 0x2e);
+    auto centre = [](int i) { return QPoint(64 + 128 * i, 88); };
+    EXPECT_EQ(image.pixel(centre(0)), red);    // thrust: T axis steep
+    EXPECT_EQ(image.pixel(centre(1)), kWhite); // normal: P axis steep
+    EXPECT_EQ(image.pixel(centre(3)), red);    // CLVD with T vertical
+    EXPECT_EQ(image.pixel(centre(3) + QPoint(34, 0)), kWhite);
+    EXPECT_EQ(image.pixel(centre(4)), red); // explosion: all of it
+    EXPECT_EQ(image.pixel(centre(4) + QPoint(34, 0)), red);
+    // Strike-slip: four quadrants, two of each around the centre.
+    int reds = 0;
+    for (int k = 0; k < 8; ++k) {
+        const double a = (k * 45 + 22.5) * M_PI / 180;
+        reds +=
+            image.pixel(centre(2) + QPoint(int(25 * std::cos(a)), int(25 * std::sin(a)))) == red;
+    }
+    EXPECT_EQ(reds, 4);
+}
+
+TEST(GalleryScenes, CatalogueWorldHasTheBeachBalls)
+{
+    QImage image = rendered("catalogue-world");
+    // Tohoku (38.3 N, 142.4 E) on a frame of 640 x 318 from (56, 34):
+    // the compressional colour of a 29 km deep event at the centre.
+    const QPoint tohoku(static_cast<int>(56 + (142.373 + 180) / 360 * 640 + 0.5),
+                        static_cast<int>(34 + (90 - 38.297) / 180 * 318 + 0.5));
+    const QColor c(image.pixel(tohoku));
+    EXPECT_LT(c.red(), 40);
+    EXPECT_GT(c.blue(), 180);
 }
