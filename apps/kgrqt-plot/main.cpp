@@ -13,15 +13,13 @@
 // ends so, PNG otherwise (at R device pixels a pixel with --ratio). A file
 // that cannot be read ends the program with exit code 2.
 #include "PlotView.h"
+#include "app_args.h"
 #include "plot_trace.h"
 #include "synthetic_trace.h"
 
 #include "kgrqt.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QGuiApplication>
-#include <QImage>
 
 #include <algorithm>
 #include <cstdio>
@@ -52,20 +50,6 @@ struct Options {
     const char* ratio = nullptr; // device pixels per pixel of a PNG snapshot
 };
 
-bool parseRatio(const char* text)
-{
-    char* end = nullptr;
-    const double r = strtod(text, &end);
-    return end != text && *end == '\0' && r >= 1 && r <= 8;
-}
-
-bool parseSize(const char* text, int* width, int* height)
-{
-    char tail = 0;
-    return sscanf(text, "%dx%d%c", width, height, &tail) == 2 && *width >= 50 && *width <= 10000 &&
-           *height >= 50 && *height <= 10000;
-}
-
 // Reads the command line; false after printing what is wrong.
 bool parseOptions(int argc, char** argv, Options* options)
 {
@@ -76,14 +60,14 @@ bool parseOptions(int argc, char** argv, Options* options)
             options->snapshot = argv[++i];
         } else if (strcmp(arg, "--ratio") == 0 && hasValue) {
             options->ratio = argv[++i];
-            if (!parseRatio(options->ratio)) {
+            if (!app_parse_ratio(options->ratio)) {
                 fprintf(stderr, "kgrqt-plot: bad ratio '%s' (1 to 8)\n", options->ratio);
                 return false;
             }
         } else if (strcmp(arg, "--color") == 0 && hasValue) {
             options->colour = argv[++i];
         } else if (strcmp(arg, "--size") == 0 && hasValue) {
-            if (!parseSize(argv[++i], &options->width, &options->height)) {
+            if (!app_parse_size(argv[++i], &options->width, &options->height)) {
                 fprintf(stderr, "kgrqt-plot: bad size '%s' (50x50 to 10000x10000)\n", argv[i]);
                 return false;
             }
@@ -195,18 +179,6 @@ int showChannels(PlotView& view, const Options& options, const std::vector<PlotT
     return 0;
 }
 
-bool hasDisplay()
-{
-    return getenv("DISPLAY") || getenv("WAYLAND_DISPLAY") || getenv("QT_QPA_PLATFORM");
-}
-
-// Platforms with no screen, where a window could never be seen or closed.
-bool isHeadless()
-{
-    const QString platform = QGuiApplication::platformName();
-    return platform == "offscreen" || platform == "minimal";
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -215,7 +187,7 @@ int main(int argc, char** argv)
     if (!parseOptions(argc, argv, &options))
         return 2;
     // Without a display, render off screen into a file.
-    if (!hasDisplay())
+    if (!app_has_display())
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
     // A snapshot at R device pixels a pixel is what a screen of that
     // density shows.
@@ -225,7 +197,7 @@ int main(int argc, char** argv)
     if (!readChannels(options, &traces))
         return 2;
     QApplication app(argc, argv);
-    if (!options.snapshot && isHeadless())
+    if (!options.snapshot && app_is_headless())
         options.snapshot = "kgrqt-plot.png";
     try {
         // Stacked channels get the window's height each, up to a screenful.
