@@ -20,10 +20,11 @@
 #
 # Usage: tools/gen_map_reference.sh [output-directory]
 set -euo pipefail
-out=${1:-"$(dirname "$0")/../tests/data"}
+out=$(realpath "${1:-"$(dirname "$0")/../tests/data"}")
 table="$out/gmt_map_reference.tsv"
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
+cd "$tmp" # GMT keeps its history in the working directory
 
 # name  proj  width  height  lat  lon  zoom
 cases=(

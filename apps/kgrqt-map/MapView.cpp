@@ -1,0 +1,345 @@
+#include "MapView.h"
+
+#include "app_args.h"
+#include "kgrqt.h"
+
+#include <QFile>
+#include <QPainter>
+#include <QString>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+// The resources of a static library are linked in only when referred to.
+static void initMapResources()
+{
+    Q_INIT_RESOURCE(map);
+}
+
+namespace {
+
+const char* const kEnd = nullptr;
+
+// One of the texts shipped with the program, or empty.
+QByteArray resourceText(const char* name)
+{
+    initMapResources();
+    QFile file(QString(":/kgrqt-map/") + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+std::string replaceAll(std::string text, const std::string& from, const std::string& to)
+{
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+// Each view gets names of its own for the objects the map finds by name.
+std::string nextViewName()
+{
+    static int views = 0;
+    return "kgrqt-map-" + std::to_string(++views);
+}
+
+KGRMapLayerParams* layerParams(const KGRMap* map, const char* name)
+{
+    return map->map.maplayer_definitions
+               ? static_cast<KGRMapLayerParams*>(getarr(map->map.maplayer_definitions, name))
+               : nullptr;
+}
+
+// ------------------------------------------------------------- buttons
+
+MapControls* controlsOf(char* record)
+{
+    return reinterpret_cast<MapControls*>(record);
+}
+
+int map_parse_projection(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+{
+    MapProjection projection;
+    if (!map_projection_of(value, &projection)) {
+        hx_register_error(0, "map_parse_projection: Illegal value '%s'\n", value ? value : "");
+        return -1;
+    }
+    return controlsOf(record)->view->setProjection(projection);
+}
+
+char* map_print_projection(HX_ConfigureSpec*, HX_ClientData, char* record, int)
+{
+    return strdup(map_projection_word(static_cast<MapProjection>(controlsOf(record)->projection)));
+}
+
+int map_parse_layer_show(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+{
+    return controlsOf(record)->view->showLayer(value, true);
+}
+
+int map_parse_layer_hide(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+{
+    return controlsOf(record)->view->showLayer(value, false);
+}
+
+int map_parse_zoom_by(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+{
+    double factor = 0;
+    if (!app_parse_number(value, &factor) || factor <= 0) {
+        hx_register_error(0, "map_parse_zoom_by: Illegal factor '%s'\n", value ? value : "");
+        return -1;
+    }
+    return controlsOf(record)->view->zoomBy(factor);
+}
+
+int map_parse_home(HX_ConfigureSpec*, HX_ClientData, char*, char* record, int)
+{
+    return controlsOf(record)->view->goHome();
+}
+
+HX_CustomOption projectionOption = {map_parse_projection, map_print_projection, nullptr};
+HX_CustomOption layerShowOption = {map_parse_layer_show, nullptr, nullptr};
+HX_CustomOption layerHideOption = {map_parse_layer_hide, nullptr, nullptr};
+HX_CustomOption zoomByOption = {map_parse_zoom_by, nullptr, nullptr};
+HX_CustomOption homeOption = {map_parse_home, nullptr, nullptr};
+
+HX_ConfigureSpec controlSpecs[] = {
+    {"custom", "projection", nullptr, offsetof(MapControls, projection), HX_CONFIGURE_NO_DEFAULT,
+     &projectionOption},
+    {"custom", "layer_show", nullptr, 0, HX_CONFIGURE_NO_DEFAULT, &layerShowOption},
+    {"custom", "layer_hide", nullptr, 0, HX_CONFIGURE_NO_DEFAULT, &layerHideOption},
+    {"custom", "zoom_by", nullptr, 0, HX_CONFIGURE_NO_DEFAULT, &zoomByOption},
+    {"custom", "home", nullptr, 0, HX_CONFIGURE_NO_DEFAULT, &homeOption},
+    {"end", nullptr, nullptr, 0, 0, nullptr},
+};
+
+} // namespace
+
+MapView::MapView(int width, int height, const MapSetup& setup) : width(width), height(height)
+{
+    controls = MapControls{this, static_cast<int>(MapProjection::Edp)};
+    const std::string name = nextViewName();
+    vp = new KGRViewport(nullptr);
+    vp->setWindowTitle("kgrqt-map");
+    vp->resize(width, height);
+    mapItem = new KGRMap(vp);
+    const std::string layers = replaceAll(
+        replaceAll(resourceText("map_layers.pf").toStdString(), "@MAPDATA@", setup.mapdata), "@VIEW@",
+        name);
+    // The map fills the window; the centre stays in the middle when the
+    // map keeps its aspect.
+    if (layers.empty() ||
+        vp->configure("margin", "0 0 0 0", "fill", "white", "center_yscale", "yes", kEnd) < 0 ||
+        mapItem->configure("picker_name", (name + "-picker").c_str(), "maplayer_definitions",
+                           layers.c_str(), "maplayers", layers.c_str(), kEnd) < 0)
+        throw "MapView: the map layers cannot be defined";
+    if (setup.layersGiven && setLayers(setup.layers) < 0)
+        throw "MapView: unknown map layer";
+    if (setup.decorations) {
+        graticule = new KGRGrid(vp);
+        graticule->configure("fill", "#a0ffffff", "fill_small", "#50ffffff", kEnd);
+        logo = new KGRLogo(vp);
+        if (addButtons() < 0)
+            throw "MapView: the map buttons cannot be made";
+    }
+    if (mapItem->configure("process_mouse_events", "yes", kEnd) < 0)
+        throw "MapView: the map navigation cannot be bound";
+    setHome(home);
+}
+
+MapView::~MapView()
+{
+    delete vp;
+}
+
+QWidget* MapView::window() const
+{
+    return vp;
+}
+
+// The buttons are bound to the map's picker before the navigation, so that
+// a press on a button is theirs alone.
+int MapView::addButtons()
+{
+    const QByteArray definitions = resourceText("map_buttons.pf");
+    if (definitions.isEmpty()) {
+        hx_register_error(0, "MapView: the button definitions are missing\n");
+        return -1;
+    }
+    if (mapItem->configure("maptaskbar_buttons_definitions", definitions.constData(), kEnd) < 0 ||
+        !mapItem->map.taskbar)
+        return -1;
+    // The buttons' actions configure the taskbar: give it our controls.
+    KGRTaskbar* taskbar = mapItem->map.taskbar;
+    if (taskbar->setConfigureSpecs(controlSpecs, reinterpret_cast<char*>(&controls), "MapView") <
+            0 ||
+        taskbar->configure("taskbar_background", "white", kEnd) < 0)
+        return -1;
+    return mapItem->configure("maptaskbar_buttons", buttonList().c_str(), kEnd);
+}
+
+// The button list of the resource, each layer's button starting in the
+// state of its layer (0 shown, 1 hidden).
+std::string MapView::buttonList() const
+{
+    const QByteArray text = resourceText("map_buttons.pf");
+    Pf* pf = nullptr;
+    Tbl* lines = nullptr;
+    std::string list = "buttons &Tbl{\n";
+    if (pfcompile(text.constData(), &pf) == 0 && parse_param(pf, "buttons", 't', 1, &lines) == 0)
+        for (int i = 0; i < maxtbl(lines); ++i) {
+            const char* line = pfstring(static_cast<Pf*>(gettbl(lines, i)));
+            if (!line)
+                continue;
+            const std::string button(line, strcspn(line, " \t"));
+            list += std::string(line);
+            if (layerParams(mapItem, button.c_str()))
+                list += layerShown(button.c_str()) ? " 0" : " 1";
+            list += "\n";
+        }
+    pffree(pf);
+    return list + "}\n";
+}
+
+void MapView::redraw()
+{
+    mapItem->setMaplayersStale();
+    vp->update();
+}
+
+int MapView::setHome(const MapHome& start)
+{
+    home = start;
+    return goHome();
+}
+
+int MapView::goHome()
+{
+    const MapBox box =
+        map_home_box(home.projection, home.lat, home.lon, home.zoom, vp->width(), vp->height());
+    const int result = map_show_box(vp, box);
+    controls.projection = static_cast<int>(box.projection);
+    redraw();
+    return result;
+}
+
+MapProjection MapView::projection() const
+{
+    switch (vp->viewport.wtran) {
+    case KGR_WTRAN_MERC:
+        return MapProjection::Merc;
+    case KGR_WTRAN_GEOG:
+        return MapProjection::Geog;
+    default:
+        return MapProjection::Edp;
+    }
+}
+
+// The map switches between "edp" and "merc" itself; plain longitude and
+// latitude is a viewport transform, reached from the box the view shows.
+int MapView::setProjection(MapProjection target)
+{
+    vp->computeBB();
+    const MapProjection current = projection();
+    if (target == current)
+        return 0;
+    int result = 0;
+    if (target == MapProjection::Geog) {
+        result = map_show_box(vp, map_geog_box(vp->viewport));
+    } else {
+        if (current == MapProjection::Geog) {
+            result = map_show_box(vp, map_edp_box(map_geog_box(vp->viewport)));
+            vp->computeBB();
+        }
+        if (result == 0 && target != projection())
+            result = mapItem->configure("set_projection", map_projection_word(target), kEnd);
+    }
+    controls.projection = static_cast<int>(projection());
+    redraw();
+    return result;
+}
+
+std::vector<std::string> MapView::layerNames() const
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < maxtbl(mapItem->map.maplayers); ++i)
+        names.push_back(static_cast<const char*>(gettbl(mapItem->map.maplayers, i)));
+    return names;
+}
+
+int MapView::setLayers(const std::vector<std::string>& names)
+{
+    for (const std::string& name : names)
+        if (!layerParams(mapItem, name.c_str())) {
+            std::string defined;
+            for (const std::string& known : layerNames())
+                defined += (defined.empty() ? "" : ", ") + known;
+            hx_register_error(0, "MapView::setLayers: no map layer '%s' (defined: %s)\n",
+                              name.c_str(), defined.c_str());
+            return -1;
+        }
+    int result = 0;
+    for (const std::string& name : layerNames()) {
+        bool on = false;
+        for (const std::string& wanted : names)
+            on = on || wanted == name;
+        if (showLayer(name.c_str(), on) < 0)
+            result = -1;
+    }
+    return result;
+}
+
+int MapView::showLayer(const char* name, bool on)
+{
+    if (mapItem->configure(on ? "maplayer_show" : "maplayer_hide", name, kEnd) < 0)
+        return -1;
+    redraw();
+    return 0;
+}
+
+bool MapView::layerShown(const char* name) const
+{
+    const KGRMapLayerParams* params = layerParams(mapItem, name);
+    return params && params->visibility;
+}
+
+const char* MapView::layerFile(const char* name) const
+{
+    const KGRMapLayerParams* params = layerParams(mapItem, name);
+    return params ? params->mapdata_source : nullptr;
+}
+
+int MapView::zoomBy(double factor)
+{
+    char text[64];
+    snprintf(text, sizeof text, "%.10g", factor);
+    vp->computeBB();
+    const int result = mapItem->configure("zoom", text, kEnd);
+    redraw();
+    return result;
+}
+
+QImage MapView::render()
+{
+    vp->layout->activate();
+    return vp->grab().toImage();
+}
+
+void MapView::paintItems(QPainter& painter)
+{
+    render(); // lays the view out and computes its box
+    painter.save();
+    painter.setClipRect(QRect(QPoint(0, 0), vp->size()));
+    vp->draw(painter);
+    for (const std::string& name : layerNames())
+        if (layerShown(name.c_str()))
+            mapItem->draw(painter, const_cast<char*>(name.c_str()), nullptr);
+    if (graticule && !graticule->isHidden()) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        graticule->draw(painter);
+    }
+    if (logo)
+        logo->draw(painter);
+    painter.restore();
+}
