@@ -3,53 +3,16 @@
 #include "app_args.h"
 #include "kgrqt.h"
 
-#include <QFile>
 #include <QPainter>
-#include <QString>
 
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-// The resources of a static library are linked in only when referred to.
-static void initMapResources()
-{
-    Q_INIT_RESOURCE(map);
-}
-
 namespace {
 
 const char* const kEnd = nullptr;
-
-// One of the texts shipped with the program, or empty.
-QByteArray resourceText(const char* name)
-{
-    initMapResources();
-    QFile file(QString(":/kgrqt-map/") + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-std::string replaceAll(std::string text, const std::string& from, const std::string& to)
-{
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-// Each view gets names of its own for the objects the map finds by name.
-std::string nextViewName()
-{
-    static int views = 0;
-    return "kgrqt-map-" + std::to_string(++views);
-}
-
-KGRMapLayerParams* layerParams(const KGRMap* map, const char* name)
-{
-    return map->map.maplayer_definitions
-               ? static_cast<KGRMapLayerParams*>(getarr(map->map.maplayer_definitions, name))
-               : nullptr;
-}
 
 // ------------------------------------------------------------- buttons
 
@@ -116,26 +79,23 @@ HX_ConfigureSpec controlSpecs[] = {
 
 } // namespace
 
-MapView::MapView(int width, int height, const MapSetup& setup) : width(width), height(height)
+MapView::MapView(int width, int height, const MapSetup& setup)
 {
     controls = MapControls{this, static_cast<int>(MapProjection::Edp)};
-    const std::string name = nextViewName();
     vp = new KGRViewport(nullptr);
     vp->setWindowTitle("kgrqt-map");
     vp->resize(width, height);
-    mapItem = new KGRMap(vp);
-    const std::string layers = replaceAll(
-        replaceAll(resourceText("map_layers.pf").toStdString(), "@MAPDATA@", setup.mapdata), "@VIEW@",
-        name);
-    // The map fills the window; the centre stays in the middle when the
-    // map keeps its aspect.
-    if (layers.empty() ||
-        vp->configure("margin", "0 0 0 0", "fill", "white", "center_yscale", "yes", kEnd) < 0 ||
-        mapItem->configure("picker_name", (name + "-picker").c_str(), "maplayer_definitions",
-                           layers.c_str(), "maplayers", layers.c_str(), kEnd) < 0)
-        throw "MapView: the map layers cannot be defined";
-    if (setup.layersGiven && setLayers(setup.layers) < 0)
-        throw "MapView: unknown map layer";
+    try {
+        build(setup);
+    } catch (const char*) {
+        delete vp;
+        throw;
+    }
+}
+
+void MapView::build(const MapSetup& setup)
+{
+    mapItem = map_make(vp, setup, map_next_view_name());
     if (setup.decorations) {
         graticule = new KGRGrid(vp);
         graticule->configure("fill", "#a0ffffff", "fill_small", "#50ffffff", kEnd);
@@ -162,7 +122,7 @@ QWidget* MapView::window() const
 // a press on a button is theirs alone.
 int MapView::addButtons()
 {
-    const QByteArray definitions = resourceText("map_buttons.pf");
+    const QByteArray definitions = map_resource_text("map_buttons.pf");
     if (definitions.isEmpty()) {
         hx_register_error(0, "MapView: the button definitions are missing\n");
         return -1;
@@ -183,7 +143,7 @@ int MapView::addButtons()
 // state of its layer (0 shown, 1 hidden).
 std::string MapView::buttonList() const
 {
-    const QByteArray text = resourceText("map_buttons.pf");
+    const QByteArray text = map_resource_text("map_buttons.pf");
     Pf* pf = nullptr;
     Tbl* lines = nullptr;
     std::string list = "buttons &Tbl{\n";
@@ -194,7 +154,7 @@ std::string MapView::buttonList() const
                 continue;
             const std::string button(line, strcspn(line, " \t"));
             list += std::string(line);
-            if (layerParams(mapItem, button.c_str()))
+            if (map_layer_params(mapItem, button.c_str()))
                 list += layerShown(button.c_str()) ? " 0" : " 1";
             list += "\n";
         }
@@ -262,31 +222,13 @@ int MapView::setProjection(MapProjection target)
 
 std::vector<std::string> MapView::layerNames() const
 {
-    std::vector<std::string> names;
-    for (int i = 0; i < maxtbl(mapItem->map.maplayers); ++i)
-        names.push_back(static_cast<const char*>(gettbl(mapItem->map.maplayers, i)));
-    return names;
+    return map_layer_names(mapItem);
 }
 
 int MapView::setLayers(const std::vector<std::string>& names)
 {
-    for (const std::string& name : names)
-        if (!layerParams(mapItem, name.c_str())) {
-            std::string defined;
-            for (const std::string& known : layerNames())
-                defined += (defined.empty() ? "" : ", ") + known;
-            hx_register_error(0, "MapView::setLayers: no map layer '%s' (defined: %s)\n",
-                              name.c_str(), defined.c_str());
-            return -1;
-        }
-    int result = 0;
-    for (const std::string& name : layerNames()) {
-        bool on = false;
-        for (const std::string& wanted : names)
-            on = on || wanted == name;
-        if (showLayer(name.c_str(), on) < 0)
-            result = -1;
-    }
+    const int result = map_show_layers(mapItem, names);
+    redraw();
     return result;
 }
 
@@ -300,13 +242,13 @@ int MapView::showLayer(const char* name, bool on)
 
 bool MapView::layerShown(const char* name) const
 {
-    const KGRMapLayerParams* params = layerParams(mapItem, name);
+    const KGRMapLayerParams* params = map_layer_params(mapItem, name);
     return params && params->visibility;
 }
 
 const char* MapView::layerFile(const char* name) const
 {
-    const KGRMapLayerParams* params = layerParams(mapItem, name);
+    const KGRMapLayerParams* params = map_layer_params(mapItem, name);
     return params ? params->mapdata_source : nullptr;
 }
 

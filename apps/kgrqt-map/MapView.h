@@ -7,6 +7,7 @@
 #define KGRQT_MAP_VIEW_H
 
 #include "map_box.h"
+#include "map_make.h"
 
 #include <QImage>
 
@@ -34,14 +35,6 @@ struct MapHome {
     MapProjection projection = MapProjection::Edp;
     double lat = 20, lon = 0;
     double zoom = 1; // 360/zoom degrees across the width
-};
-
-// How a view is made.
-struct MapSetup {
-    std::string mapdata; // directory of the map-data files, read when first drawn
-    bool decorations = true; // the graticule, the logo and the buttons
-    bool layersGiven = false;
-    std::vector<std::string> layers; // shown when given, the others hidden
 };
 
 class MapView {
@@ -89,6 +82,7 @@ public:
     KGRGrid* grid() const { return graticule; }
 
 private:
+    void build(const MapSetup& setup);
     int addButtons();
     std::string buttonList() const;
     void redraw();
@@ -99,7 +93,6 @@ private:
     KGRLogo* logo = nullptr;
     MapControls controls;
     MapHome home;
-    int width, height;
 };
 
 // Writes the view to a file chosen by its name: ".svg" and ".pdf" as
