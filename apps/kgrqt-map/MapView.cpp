@@ -3,6 +3,7 @@
 #include "app_args.h"
 #include "kgrqt.h"
 
+#include <QGridLayout>
 #include <QPainter>
 
 #include <cstddef>
@@ -162,6 +163,18 @@ std::string MapView::buttonList() const
     return list + "}\n";
 }
 
+// The map's projection switch and zoom start from the box the viewport
+// shows, which the viewport sets when it paints: set it now from what was
+// configured since.
+void MapView::settleBox()
+{
+    KgrviewportItem& r = vp->viewport;
+    vp->computeBB();
+    kgrqt_translate_and_gain(&r, r.xoffset, r.yoffset, r.xgain_anchor, r.ygain_anchor, r.xgain,
+                             r.ygain);
+    vp->computeMapBB();
+}
+
 void MapView::redraw()
 {
     mapItem->setMaplayersStale();
@@ -200,7 +213,7 @@ MapProjection MapView::projection() const
 // latitude is a viewport transform, reached from the box the view shows.
 int MapView::setProjection(MapProjection target)
 {
-    vp->computeBB();
+    settleBox();
     const MapProjection current = projection();
     if (target == current)
         return 0;
@@ -210,7 +223,7 @@ int MapView::setProjection(MapProjection target)
     } else {
         if (current == MapProjection::Geog) {
             result = map_show_box(vp, map_edp_box(map_geog_box(vp->viewport)));
-            vp->computeBB();
+            settleBox();
         }
         if (result == 0 && target != projection())
             result = mapItem->configure("set_projection", map_projection_word(target), kEnd);
@@ -252,11 +265,12 @@ const char* MapView::layerFile(const char* name) const
     return params ? params->mapdata_source : nullptr;
 }
 
+// The map's own zoom option magnifies by its value.
 int MapView::zoomBy(double factor)
 {
     char text[64];
-    snprintf(text, sizeof text, "%.10g", factor);
-    vp->computeBB();
+    snprintf(text, sizeof text, "%.10g", 1 / factor);
+    settleBox();
     const int result = mapItem->configure("zoom", text, kEnd);
     redraw();
     return result;

@@ -85,6 +85,7 @@ private:
     void build(const MapSetup& setup);
     int addButtons();
     std::string buttonList() const;
+    void settleBox();
     void redraw();
 
     KGRViewport* vp = nullptr; // the window; owns the items

@@ -61,17 +61,22 @@ MapBox map_geog_box(const KgrviewportItem& vp)
 {
     MapBox box;
     box.projection = MapProjection::Geog;
+    double xmid = (vp.xleft + vp.xright) / 2;
     if (vp.wtran == KGR_WTRAN_EDP) {
-        box.xleft = vp.lonr + vp.xleft;
-        box.xright = vp.lonr + vp.xright;
+        xmid += vp.lonr;
         box.ybottom = vp.latr + vp.ybottom;
         box.ytop = vp.latr + vp.ytop;
+    } else if (vp.wtran == KGR_WTRAN_MERC) {
+        box.ybottom = kgrqt_mercator_lat(vp.ybottom);
+        box.ytop = kgrqt_mercator_lat(vp.ytop);
     } else {
-        box.xleft = vp.xleft;
-        box.xright = vp.xright;
-        box.ybottom = vp.wtran == KGR_WTRAN_MERC ? kgrqt_mercator_lat(vp.ybottom) : vp.ybottom;
-        box.ytop = vp.wtran == KGR_WTRAN_MERC ? kgrqt_mercator_lat(vp.ytop) : vp.ytop;
+        box.ybottom = vp.ybottom;
+        box.ytop = vp.ytop;
     }
+    // The width that keeps the window's shape at one degree a degree.
+    const double half = (box.ytop - box.ybottom) / 2 * (vp.xright - vp.xleft) / (vp.ytop - vp.ybottom);
+    box.xleft = xmid - half;
+    box.xright = xmid + half;
     return box;
 }
 

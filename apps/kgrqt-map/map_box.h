@@ -28,7 +28,9 @@ MapBox map_home_box(MapProjection projection, double lat, double lon, double zoo
                     int height);
 
 // The place a viewport shows as a box of longitude and latitude: the
-// centre and the extent of the shown box read as degrees.
+// latitudes of the shown box (under "edp" its extent about the centre read
+// as degrees), the longitude in its middle, and as many degrees across as
+// keep the box's shape.
 MapBox map_geog_box(const KgrviewportItem& vp);
 
 // A longitude-latitude box as an equidistant one about its centre.

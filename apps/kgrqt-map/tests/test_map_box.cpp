@@ -88,14 +88,17 @@ TEST(MapBox, GeogBoxOfEachTransform)
     EXPECT_DOUBLE_EQ(g.ybottom, 20);
     EXPECT_DOUBLE_EQ(g.ytop, 60);
 
+    // Under Mercator the latitudes are kept and the width shrinks with the
+    // stretch of the ordinates.
     vp.wtran = KGR_WTRAN_MERC;
     vp.xleft = 0;
     vp.xright = 90;
     vp.ybottom = kgrqt_mercator_y(-45);
     vp.ytop = kgrqt_mercator_y(60);
     g = map_geog_box(vp);
-    EXPECT_DOUBLE_EQ(g.xleft, 0);
-    EXPECT_DOUBLE_EQ(g.xright, 90);
+    const double width = 105 * 90 / (vp.ytop - vp.ybottom);
+    EXPECT_NEAR(g.xleft, 45 - width / 2, 1e-9);
+    EXPECT_NEAR(g.xright, 45 + width / 2, 1e-9);
     EXPECT_NEAR(g.ybottom, -45, 1e-9);
     EXPECT_NEAR(g.ytop, 60, 1e-9);
 
@@ -103,6 +106,8 @@ TEST(MapBox, GeogBoxOfEachTransform)
     vp.ybottom = -10;
     vp.ytop = 5;
     g = map_geog_box(vp);
+    EXPECT_DOUBLE_EQ(g.xleft, 0);
+    EXPECT_DOUBLE_EQ(g.xright, 90);
     EXPECT_DOUBLE_EQ(g.ybottom, -10);
     EXPECT_DOUBLE_EQ(g.ytop, 5);
 }

@@ -166,22 +166,32 @@ TEST(MapView, ButtonActionsReachTheView)
     hx_clear_register(0);
 }
 
-// Switching projections keeps the place in the middle of the window.
-TEST(MapView, ProjectionsKeepTheCentre)
+// Switching projections keeps the latitudes at the top and the bottom of
+// the window's middle column, and the longitude in the middle (under
+// "merc" the middle latitude moves with the stretch of the ordinates).
+TEST(MapView, ProjectionsKeepTheLatitudeSpanAndTheMiddleLongitude)
 {
     MapView view(600, 400, MapSetup{"/no/such/dir", false, false, {}});
     view.setHome(homeAt(MapProjection::Edp, 35, 140, 4));
+    view.render();
+    double top = 0, bottom = 0, lat = 0, lon = 0;
+    placeOf(view, 300, 0, &top, &lon);
+    placeOf(view, 300, 400, &bottom, &lon);
+    EXPECT_NEAR(top, 65, 1e-6);
+    EXPECT_NEAR(bottom, 5, 1e-6);
     const MapProjection order[] = {MapProjection::Geog, MapProjection::Merc, MapProjection::Edp,
                                    MapProjection::Merc, MapProjection::Geog, MapProjection::Edp};
     for (MapProjection p : order) {
-        view.render();
-        ASSERT_EQ(view.setProjection(p), 0) << map_projection_word(p);
+        const char* word = map_projection_word(p);
+        ASSERT_EQ(view.setProjection(p), 0) << word;
         view.render();
         EXPECT_EQ(view.projection(), p);
-        double lat = 0, lon = 0;
+        placeOf(view, 300, 0, &lat, &lon);
+        EXPECT_NEAR(lat, top, 0.1) << word;
+        placeOf(view, 300, 400, &lat, &lon);
+        EXPECT_NEAR(lat, bottom, 0.1) << word;
         placeOf(view, 300, 200, &lat, &lon);
-        EXPECT_NEAR(lat, 35, 1.0) << map_projection_word(p);
-        EXPECT_NEAR(lon, 140, 1.0) << map_projection_word(p);
+        EXPECT_NEAR(lon, 140, 1e-6) << word;
     }
     // The same projection again changes nothing.
     const double xleft = view.viewport()->viewport.xleft;
