@@ -45,7 +45,8 @@ template <class Step> void frames(benchmark::State& state, MapView& view, Step s
         QImage image = view.render();
         benchmark::DoNotOptimize(image.bits());
     }
-    state.counters["cpu_ms"] = benchmark::Counter((processSeconds() - cpu0) * 1e3 / state.iterations());
+    state.counters["cpu_ms"] =
+        benchmark::Counter((processSeconds() - cpu0) * 1e3 / state.iterations());
 }
 
 MapSetup setupOf(bool decorations, std::vector<std::string> layers)

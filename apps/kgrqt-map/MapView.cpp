@@ -1,6 +1,7 @@
 #include "MapView.h"
 
 #include "app_args.h"
+#include "app_taskbar.h"
 #include "kgrqt.h"
 
 #include <QGridLayout>
@@ -99,7 +100,8 @@ void MapView::build(const MapSetup& setup)
     mapItem = map_make(vp, setup, map_next_view_name());
     if (setup.decorations) {
         graticule = new KGRGrid(vp);
-        graticule->configure("fill", "#a0ffffff", "fill_small", "#50ffffff", kEnd);
+        graticule->configure("fill", "#90ffffff", "visible_xsmall", "0", "visible_ysmall", "0",
+                             kEnd);
         logo = new KGRLogo(vp);
         if (addButtons() < 0)
             throw "MapView: the map buttons cannot be made";
@@ -137,7 +139,9 @@ int MapView::addButtons()
             0 ||
         taskbar->configure("taskbar_background", "white", kEnd) < 0)
         return -1;
-    return mapItem->configure("maptaskbar_buttons", buttonList().c_str(), kEnd);
+    if (mapItem->configure("maptaskbar_buttons", buttonList().c_str(), kEnd) < 0)
+        return -1;
+    return app_style_buttons(taskbar, "Helvetica 10", "#808080");
 }
 
 // The button list of the resource, each layer's button starting in the

@@ -74,7 +74,8 @@ MapBox map_geog_box(const KgrviewportItem& vp)
         box.ytop = vp.ytop;
     }
     // The width that keeps the window's shape at one degree a degree.
-    const double half = (box.ytop - box.ybottom) / 2 * (vp.xright - vp.xleft) / (vp.ytop - vp.ybottom);
+    const double half =
+        (box.ytop - box.ybottom) / 2 * (vp.xright - vp.xleft) / (vp.ytop - vp.ybottom);
     box.xleft = xmid - half;
     box.xright = xmid + half;
     return box;
@@ -103,7 +104,7 @@ int map_show_box(KGRViewport* vp, const MapBox& box)
     // The transform first: it decides how the bounds are read.
     return vp->configure("wtran", map_projection_word(box.projection), "latr",
                          number(box.latr).c_str(), "lonr", number(box.lonr).c_str(), "xleft",
-                         number(box.xleft).c_str(), "xright", number(box.xright).c_str(),
-                         "ybottom", number(box.ybottom).c_str(), "ytop",
-                         number(box.ytop).c_str(), static_cast<char*>(nullptr));
+                         number(box.xleft).c_str(), "xright", number(box.xright).c_str(), "ybottom",
+                         number(box.ybottom).c_str(), "ytop", number(box.ytop).c_str(),
+                         static_cast<char*>(nullptr));
 }

@@ -117,8 +117,8 @@ int map_show_layers(KGRMap* map, const std::vector<std::string>& names)
 {
     for (const std::string& name : names)
         if (!map_layer_params(map, name.c_str())) {
-            hx_register_error(0, "map_show_layers: no map layer '%s' (defined: %s)\n",
-                              name.c_str(), joined(map_layer_names(map)).c_str());
+            hx_register_error(0, "map_show_layers: no map layer '%s' (defined: %s)\n", name.c_str(),
+                              joined(map_layer_names(map)).c_str());
             return -1;
         }
     int result = 0;

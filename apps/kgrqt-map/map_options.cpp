@@ -91,8 +91,8 @@ bool map_parse_options(int argc, char** argv, MapOptions* o)
             o->setup.decorations = false;
         } else {
             fprintf(stderr, "kgrqt-map: %s '%s'\n%s",
-                    arg[0] == '-' ? "unknown option or missing value" : "unexpected argument",
-                    arg, kMapUsage);
+                    arg[0] == '-' ? "unknown option or missing value" : "unexpected argument", arg,
+                    kMapUsage);
             return false;
         }
     }

@@ -20,9 +20,9 @@
 // Whether the standard map-data files are installed (tools/install-mapdata.sh).
 inline bool mapdataInstalled()
 {
-    for (const char* file : {"coasts.vector.kmd", "political.vector.kmd", "rivers.vector.kmd",
-                             "bluemarble.world.200407.v01.grid.kmd",
-                             "srtm30.dem.world.v01.grid.kmd"})
+    for (const char* file :
+         {"coasts.vector.kmd", "political.vector.kmd", "rivers.vector.kmd",
+          "bluemarble.world.200407.v01.grid.kmd", "srtm30.dem.world.v01.grid.kmd"})
         if (access((map_default_mapdata() + "/" + file).c_str(), R_OK) != 0)
             return false;
     return true;

@@ -79,8 +79,8 @@ TEST(MapGmt, ReferenceViewsArePresent)
     std::vector<View> all = views();
     ASSERT_EQ(all.size(), 4u);
     for (const View& v : all) {
-        QImage gmt(QString(KGRQT_TEST_DATA) + "/gmt_map_" + v.name.c_str() + "_" +
-                   v.proj.c_str() + ".png");
+        QImage gmt(QString(KGRQT_TEST_DATA) + "/gmt_map_" + v.name.c_str() + "_" + v.proj.c_str() +
+                   ".png");
         ASSERT_FALSE(gmt.isNull()) << v.name << " " << v.proj;
         EXPECT_EQ(gmt.size(), QSize(v.width, v.height));
     }
@@ -91,8 +91,8 @@ TEST(MapGmt, CoastsLieWithinOnePixelOfGmts)
     SKIP_WITHOUT_MAPDATA();
     for (const View& v : views()) {
         const std::string what = v.name + " " + v.proj;
-        QImage gmt(QString(KGRQT_TEST_DATA) + "/gmt_map_" + v.name.c_str() + "_" +
-                   v.proj.c_str() + ".png");
+        QImage gmt(QString(KGRQT_TEST_DATA) + "/gmt_map_" + v.name.c_str() + "_" + v.proj.c_str() +
+                   ".png");
         gmt = gmt.convertToFormat(QImage::Format_RGB32);
         MapProjection p;
         ASSERT_TRUE(map_projection_of(v.proj.c_str(), &p)) << what;

@@ -50,9 +50,9 @@ TEST(MapOptions, Defaults)
 TEST(MapOptions, EveryOption)
 {
     MapOptions o;
-    ASSERT_TRUE(parse({"--snapshot", "out.png", "--size", "640x480", "--ratio", "2",
-                       "--projection", "merc", "--center", "-33.5", "151.25", "--zoom", "8",
-                       "--layers", "coasts,rivers", "--mapdata", "/tmp/kmd", "--plain"},
+    ASSERT_TRUE(parse({"--snapshot", "out.png", "--size", "640x480", "--ratio", "2", "--projection",
+                       "merc", "--center", "-33.5", "151.25", "--zoom", "8", "--layers",
+                       "coasts,rivers", "--mapdata", "/tmp/kmd", "--plain"},
                       &o));
     EXPECT_STREQ(o.snapshot, "out.png");
     EXPECT_EQ(o.width, 640);
