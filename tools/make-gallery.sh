@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Renders the gallery (one picture per widget class and feature, from the
-# scenes in apps/kgrqt-gallery) into docs/gallery.
+# scenes in apps/kgrqt-gallery) into docs/gallery; the maps need the map
+# data, which it makes when missing.
 #   tools/make-gallery.sh [directory]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/bootstrap.sh
 cmake -S . -B build >/dev/null
 cmake --build build -j"$(nproc)" --target kgrqt-gallery
+bash tools/install-mapdata.sh build
 build/bin/kgrqt-gallery "${1:-docs/gallery}"

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <unistd.h>
+
 const char* const kMapUsage =
     "usage: kgrqt-map [--snapshot FILE.png|.svg|.pdf] [--size WIDTHxHEIGHT] [--ratio R]\n"
     "                 [--projection edp|merc|geog] [--center LAT LON] [--zoom Z]\n"
@@ -36,6 +38,16 @@ std::string map_default_mapdata()
 {
     const char* dir = getenv("KGRQT_MAPDATA_DIR");
     return dir && *dir ? dir : "/opt/larkspur/data/maps/kmd";
+}
+
+bool map_mapdata_complete(const std::string& dir)
+{
+    for (const char* file :
+         {"coasts.vector.kmd", "political.vector.kmd", "rivers.vector.kmd",
+          "bluemarble.world.200407.v01.grid.kmd", "srtm30.dem.world.v01.grid.kmd"})
+        if (access((dir + "/" + file).c_str(), R_OK) != 0)
+            return false;
+    return true;
 }
 
 bool map_parse_layer_list(const char* text, std::vector<std::string>* names)

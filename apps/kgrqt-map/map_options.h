@@ -21,6 +21,9 @@ extern const char* const kMapUsage;
 // /opt/larkspur/data/maps/kmd.
 std::string map_default_mapdata();
 
+// Whether a directory holds the five standard map-data files.
+bool map_mapdata_complete(const std::string& dir);
+
 // Reads the command line; false after printing what is wrong to stderr.
 bool map_parse_options(int argc, char** argv, MapOptions* options);
 

@@ -10,8 +10,6 @@
 
 #include <QImage>
 
-#include <unistd.h>
-
 #include <cmath>
 #include <memory>
 #include <string>
@@ -20,12 +18,7 @@
 // Whether the standard map-data files are installed (tools/install-mapdata.sh).
 inline bool mapdataInstalled()
 {
-    for (const char* file :
-         {"coasts.vector.kmd", "political.vector.kmd", "rivers.vector.kmd",
-          "bluemarble.world.200407.v01.grid.kmd", "srtm30.dem.world.v01.grid.kmd"})
-        if (access((map_default_mapdata() + "/" + file).c_str(), R_OK) != 0)
-            return false;
-    return true;
+    return map_mapdata_complete(map_default_mapdata());
 }
 
 #define SKIP_WITHOUT_MAPDATA()                                                                     \
