@@ -23,6 +23,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -39,12 +40,14 @@ const QRgb kWater = qRgb(0xe0, 0xe0, 0xff);
 const QRgb kBlack = qRgb(0, 0, 0);
 const QRgb kRed = qRgb(255, 0, 0);
 
-// A land square of 120 by 60 degrees about (0, 0), level 1 and filled.
+// A land square of 120 by 60 degrees about (0, 0) and a northern island
+// from (100, 40) to (140, 70), level 1 and filled.
 std::string landFile()
 {
     static std::string path = [] {
         HXMapDataWriter w;
-        w.addVector(vectorOf({segment(1, 1, {-60, 60, 60, -60, -60}, {-30, -30, 30, 30, -30})}));
+        w.addVector(vectorOf({segment(1, 1, {-60, 60, 60, -60, -60}, {-30, -30, 30, 30, -30}),
+                              segment(1, 1, {100, 140, 140, 100, 100}, {40, 40, 70, 70, 40})}));
         return writeBytes("land.vector.kmd", bytesOf(w));
     }();
     return path;
@@ -558,6 +561,8 @@ TEST_F(MapTest, FilledLayerPaintsLandWhereLandIsAndWaterElsewhere)
     EXPECT_EQ(at(0, 0), kLand);
     EXPECT_EQ(at(50, 20), kLand);
     EXPECT_EQ(at(-50, -20), kLand);
+    EXPECT_EQ(at(120, 55), kLand);
+    EXPECT_EQ(at(90, 55), kWater);
     EXPECT_EQ(at(-160, 70), kWater);
     EXPECT_EQ(at(70, 0), kWater);
     EXPECT_EQ(at(0, -40), kWater);
@@ -672,6 +677,25 @@ TEST_F(MapTest, EquidistantMapIsBlackBeyondTheWorld)
     EXPECT_EQ(image.pixel(180 + 133, 90), kBlack); // 200 degrees east of the centre
     EXPECT_EQ(image.pixel(180 + 113, 90), kWater); // 170 degrees
     EXPECT_EQ(image.pixel(180, 10), kWater);       // 120 degrees north
+    QPointF island = pixelOf(120, 55);
+    EXPECT_EQ(image.pixel(int(island.x()), int(island.y())), kLand);
+}
+
+TEST_F(MapTest, MercatorMapFillsLandAwayFromTheEquator)
+{
+    vp->configure("wtran", "merc", "xleft", "-100", "xright", "140", "ybottom", "-10", "ytop", "60",
+                  static_cast<char*>(nullptr));
+    only("land", fillLayer(landFile()));
+    render();
+    QImage image = render();
+    auto at = [&](double lon, double lat) {
+        QPointF p = pixelOf(lon, lat);
+        return image.pixel(int(p.x()), int(p.y()));
+    };
+    EXPECT_EQ(at(0, 0), kLand);
+    EXPECT_EQ(at(120, 55), kLand);
+    EXPECT_EQ(at(120, 35), kWater);
+    EXPECT_EQ(at(80, 55), kWater);
 }
 
 TEST_F(MapTest, DrawDebugWordPrintsTheLayerSize)
@@ -1056,6 +1080,48 @@ TEST_F(MapTest, TaskbarTextsPassThroughAndReachTheMap)
     EXPECT_EQ(set("maptaskbar_buttons_definitions", "buttons_definitions &Arr{\n"), -1);
     EXPECT_TRUE(endsWith(takeRegister(),
                          "map_parse_buttons_definitions: item->taskbar->configure() error.\n"));
+}
+
+// ------------------------------------------------------ installed data
+
+bool installed(const char* name)
+{
+    return access(kgrqt_mapdata_path(name).c_str(), R_OK) == 0;
+}
+
+TEST_F(MapTest, DefaultLayersDrawFromTheInstalledFiles)
+{
+    if (!installed("coasts.vector.kmd") || !installed("political.vector.kmd") ||
+        !installed("/opt/larkspur/data/maps/kmd/bluemarble.world.200407.v01.grid.kmd"))
+        GTEST_SKIP() << "map data not installed";
+    ASSERT_EQ(set("nthreads", "2"), 0);
+    QImage image = render();
+    if (getenv("KGRQT_MAP_SNAPSHOT"))
+        image.save(getenv("KGRQT_MAP_SNAPSHOT"));
+    EXPECT_NE(params("bluemarble")->mapdata, nullptr);
+    EXPECT_NE(params("political")->mapdata, nullptr);
+    EXPECT_EQ(params("political")->nodata, 0);
+    EXPECT_EQ(params("rivers")->nodata, 0);
+    // Mid-Pacific is deep blue in the satellite image.
+    QPointF p = pixelOf(-150, 0);
+    QColor sea = image.pixelColor(int(p.x()), int(p.y()));
+    EXPECT_GT(sea.blue(), sea.red()) << sea.name().toStdString();
+    // Borders are antialiased red lines over the image.
+    int reddish = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            QColor c = image.pixelColor(x, y);
+            reddish += c.red() > 150 && c.green() < 90 && c.blue() < 90;
+        }
+    EXPECT_GT(reddish, 20);
+    ASSERT_EQ(set("maplayer_show", "coasts"), 0);
+    ASSERT_EQ(set("maplayer_hide", "bluemarble"), 0);
+    image = render();
+    p = pixelOf(2, 28); // the Sahara, away from borders and rivers
+    EXPECT_EQ(image.pixel(int(p.x()), int(p.y())), kLand);
+    EXPECT_GT(countPixels(image, kLand), 10000);
+    p = pixelOf(-30, 0); // Atlantic
+    EXPECT_EQ(image.pixel(int(p.x()), int(p.y())), kWater);
 }
 
 } // namespace
