@@ -309,6 +309,8 @@ void KGRMap::draw(QPainter& painter, char* layer_name, void*)
     KgrviewportItem* vp = map.viewport;
     if (!params || !vp)
         return;
+    // The vector cull needs the geographic box of what is shown now.
+    map.vp->computeMapBB();
     if (map.debug && strstr(map.debug, "draw"))
         printf("map: draw: %d %d\n", vp->w, vp->h);
     // The image covers the plot area, which the map's plane spans.

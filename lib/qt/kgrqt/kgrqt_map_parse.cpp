@@ -233,6 +233,8 @@ KGRLayer* findLayer(KgrmapItem* item, const char* name, const char* kgr_layer)
         return nullptr;
     }
     HX_SetName(kgr_layer, "KGRLayer", layer);
+    // The name must not outlive the layer, whoever deletes it and whenever.
+    QObject::connect(layer, &QObject::destroyed, [layer] { HX_UnsetObject(layer); });
     return layer;
 }
 
