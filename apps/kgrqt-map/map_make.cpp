@@ -2,7 +2,6 @@
 
 #include "kgrqt.h"
 
-#include <QEvent>
 #include <QFile>
 #include <QString>
 
@@ -22,34 +21,6 @@ std::string replaceAll(std::string text, const std::string& from, const std::str
         text.replace(at, from.size(), to);
     return text;
 }
-
-// The map registers its layers by name and leaves the names behind when
-// they are deleted; a later map would then find a deleted layer under a
-// default name. Each layer's name goes with it.
-void forgetNamesOnDeletion(KGRViewport* vp)
-{
-    for (KGRLayer* layer : vp->findChildren<KGRLayer*>())
-        QObject::connect(layer, &QObject::destroyed, [layer] { HX_UnsetObject(layer); });
-}
-
-// The vector layers and the graticule keep to the viewport's geographic
-// box (bblatmin and the others), which the library does not compute by
-// itself: it is computed before each painting of the map, after the
-// viewport has painted and set the box it shows.
-class MapBoxFilter : public QObject {
-public:
-    MapBoxFilter(KGRMap* map, KGRViewport* vp) : QObject(map), vp(vp) {}
-
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint)
-            vp->computeMapBB();
-        return false;
-    }
-
-private:
-    KGRViewport* vp;
-};
 
 std::string joined(const std::vector<std::string>& names)
 {
@@ -89,8 +60,6 @@ KGRMap* map_make(KGRViewport* vp, const MapSetup& setup, const std::string& view
     auto* map = new KGRMap(vp);
     const int ok = map->configure("picker_name", (view + "-picker").c_str(), "maplayer_definitions",
                                   layers.c_str(), "maplayers", layers.c_str(), kEnd);
-    forgetNamesOnDeletion(vp);
-    map->installEventFilter(new MapBoxFilter(map, vp));
     if (ok < 0)
         throw "map_make: the map layers cannot be defined";
     if (setup.layersGiven && map_show_layers(map, setup.layers) < 0)
