@@ -5,10 +5,13 @@
 
 #include "kgrqt.h"
 
+#include <QApplication>
 #include <QColor>
 #include <QFile>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QTemporaryDir>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -279,4 +282,59 @@ TEST(MapView, SnapshotsInEachFormat)
     EXPECT_EQ(map_write_snapshot(view, "/no/such/dir/map.png"), -1);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("kgrqt-map: cannot write"),
               std::string::npos);
+}
+
+namespace {
+
+void sendMouse(QWidget* to, QEvent::Type type, QPoint at, Qt::MouseButton button)
+{
+    QMouseEvent event(type, at, to->mapToGlobal(at), button,
+                      type == QEvent::MouseButtonRelease ? Qt::NoButton : button, Qt::NoModifier);
+    QApplication::sendEvent(to, &event);
+}
+
+} // namespace
+
+// A press on a button is the button's: the projection changes and the map
+// does not start a pan.
+TEST(MapView, PressingAButtonRunsItsAction)
+{
+    MapView view(900, 400, MapSetup{"/no/such/dir", true, false, {}});
+    view.window()->show();
+    view.render();
+    KGRPicker* picker = view.map()->map.picker;
+    ASSERT_NE(picker, nullptr);
+    const QPoint lonLat(246, 18); // inside the "Lon/Lat" button
+    sendMouse(picker, QEvent::MouseMove, lonLat, Qt::NoButton);
+    sendMouse(picker, QEvent::MouseButtonPress, lonLat, Qt::LeftButton);
+    EXPECT_EQ(view.projection(), MapProjection::Geog);
+    EXPECT_EQ(view.map()->map.mouse_state, KGRMAP_MOUSE_IDLE);
+    sendMouse(picker, QEvent::MouseButtonRelease, lonLat, Qt::LeftButton);
+    hx_clear_register(0);
+}
+
+// Dragging on the map pans it; the wheel zooms.
+TEST(MapView, DragPansAndWheelZooms)
+{
+    MapView view(600, 300, MapSetup{"/no/such/dir", false, false, {}});
+    view.setHome(homeAt(MapProjection::Geog, 0, 0));
+    view.window()->show();
+    view.render();
+    KGRPicker* picker = view.map()->map.picker;
+    ASSERT_NE(picker, nullptr);
+    sendMouse(picker, QEvent::MouseButtonPress, QPoint(300, 150), Qt::LeftButton);
+    sendMouse(picker, QEvent::MouseMove, QPoint(200, 150), Qt::LeftButton);
+    sendMouse(picker, QEvent::MouseButtonRelease, QPoint(200, 150), Qt::LeftButton);
+    view.render();
+    double lat = 0, lon = 0;
+    placeOf(view, 300, 150, &lat, &lon);
+    EXPECT_NEAR(lon, 60, 1.5); // 100 pixels of 600 across 360 degrees
+    const double span = view.viewport()->viewport.xright - view.viewport()->viewport.xleft;
+    QWheelEvent wheel(QPointF(300, 150), QPointF(picker->mapToGlobal(QPoint(300, 150))), QPoint(),
+                      QPoint(0, 120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(picker, &wheel);
+    view.render();
+    EXPECT_NEAR(view.viewport()->viewport.xright - view.viewport()->viewport.xleft, 0.88 * span,
+                0.01 * span);
+    hx_clear_register(0);
 }
