@@ -4,7 +4,8 @@
 // across and at the 288 degrees that GMT can draw too
 // (tools/time_gmt_map.sh), and a pan of the vector layers alone (borders
 // and rivers, undecorated): each frame moves the view by a few pixels and
-// redraws every map layer. Reads the files kgrqt-mapdata built
+// redraws every map layer. The parts of the default map are timed alone
+// too. Reads the files kgrqt-mapdata built
 // ($KGRQT_MAPDATA_DIR, else /opt/larkspur/data/maps/kmd). Real time is
 // what a user waits for; the process CPU time (all workers) is reported
 // beside it.
@@ -69,6 +70,17 @@ void BM_MapFullRedraw(benchmark::State& state)
     frames(state, view, [] {});
 }
 
+// One part of the default map alone, undecorated: range(0) 0 the Blue
+// Marble, 1 borders and rivers.
+void BM_MapPartRedraw(benchmark::State& state)
+{
+    const bool image = state.range(0) == 0;
+    MapView view(kWidth, kHeight,
+                 setupOf(false, image ? std::vector<std::string>{"bluemarble"}
+                                      : std::vector<std::string>{"political", "rivers"}));
+    frames(state, view, [] {});
+}
+
 // A drag of the vector layers: the view follows the pointer by 7 pixels a
 // frame, back and forth across 140 pixels.
 void BM_MapVectorPan(benchmark::State& state)
@@ -86,6 +98,7 @@ void BM_MapVectorPan(benchmark::State& state)
 } // namespace
 
 BENCHMARK(BM_MapFullRedraw)->Arg(100)->Arg(125)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_MapPartRedraw)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_MapVectorPan)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 int main(int argc, char** argv)
