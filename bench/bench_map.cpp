@@ -1,17 +1,8 @@
-// kgrqt-map's view at 1920 x 1080: a full redraw of the default map (the
-// Blue Marble under "edp" about (20 N, 0 E) with borders and rivers, the
-// graticule, the logo and the buttons), at the default 360 degrees of arc
-// across and at the 288 degrees that GMT can draw too
-// (tools/time_gmt_map.sh), and a pan of the vector layers alone (borders
-// and rivers, undecorated): each frame moves the view by a few pixels and
-// redraws every map layer. The parts of the default map are timed alone
-// too. Reads the files kgrqt-mapdata built
-// ($KGRQT_MAPDATA_DIR, else /opt/larkspur/data/maps/kmd). Real time is
-// what a user waits for; the process CPU time (all workers) is reported
-// beside it.
-#include "MapView.h"
-#include "map_options.h"
-
+// The map item with its default layers (Blue Marble, borders, rivers; and
+// with the filled coastlines instead of the image) redrawn into
+// 1920 x 1080 after a navigation step: every map layer stale, the viewport
+// rendered. Grid images on two row workers. Reads the files kgrqt-mapdata
+// built ($KGRQT_MAPDATA_DIR, else /opt/larkspur/data/maps/kmd).
 #include "kgrqt.h"
 
 #include <benchmark/benchmark.h>
@@ -20,86 +11,60 @@
 #include <QImage>
 
 #include <cstdlib>
-#include <ctime>
-#include <string>
 
 namespace {
 
 const int kWidth = 1920, kHeight = 1080;
 
-double processSeconds()
+// wtran "geog" shows the whole world, "edp" 340 degrees of arc about
+// (40 N, 10 E); coasts replaces the image by the filled coastlines.
+void redraw(benchmark::State& state, const char* wtran, bool coasts)
 {
-    timespec t;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return t.tv_sec + t.tv_nsec * 1e-9;
-}
-
-// Runs frames of a view, each with the map layers made stale first, and
-// reports the CPU time of the process per frame.
-template <class Step> void frames(benchmark::State& state, MapView& view, Step step)
-{
-    view.render(); // opens the files and fills the tile cache
-    const double cpu0 = processSeconds();
+    KGRViewport vp(nullptr);
+    vp.resize(kWidth, kHeight);
+    const bool edp = wtran[0] == 'e';
+    vp.configure("wtran", wtran, "latr", "40", "lonr", "10", "xleft", edp ? "-170" : "-180",
+                 "xright", edp ? "170" : "180", "ybottom", "-90", "ytop", "90",
+                 static_cast<char*>(nullptr));
+    auto* map = new KGRMap(&vp);
+    map->configure("nthreads", "2", static_cast<char*>(nullptr));
+    if (coasts)
+        map->configure("maplayer_hide", "bluemarble", "maplayer_show", "coasts",
+                       static_cast<char*>(nullptr));
+    QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    vp.render(&image);
     for (auto _ : state) {
-        step();
-        view.map()->setMaplayersStale();
-        QImage image = view.render();
-        benchmark::DoNotOptimize(image.bits());
+        map->setMaplayersStale();
+        vp.render(&image);
     }
-    state.counters["cpu_ms"] =
-        benchmark::Counter((processSeconds() - cpu0) * 1e3 / state.iterations());
 }
 
-MapSetup setupOf(bool decorations, std::vector<std::string> layers)
+void BM_MapRedrawGeog(benchmark::State& state)
 {
-    MapSetup setup;
-    setup.mapdata = map_default_mapdata();
-    setup.decorations = decorations;
-    setup.layersGiven = !layers.empty();
-    setup.layers = std::move(layers);
-    return setup;
+    redraw(state, "geog", false);
 }
 
-// The default map; range(0) is the zoom in hundredths.
-void BM_MapFullRedraw(benchmark::State& state)
+void BM_MapRedrawEdp(benchmark::State& state)
 {
-    MapView view(kWidth, kHeight, setupOf(true, {}));
-    MapHome home;
-    home.zoom = state.range(0) / 100.0;
-    view.setHome(home);
-    frames(state, view, [] {});
+    redraw(state, "edp", false);
 }
 
-// One part of the default map alone, undecorated: range(0) 0 the Blue
-// Marble, 1 borders and rivers.
-void BM_MapPartRedraw(benchmark::State& state)
+void BM_MapRedrawCoastsGeog(benchmark::State& state)
 {
-    const bool image = state.range(0) == 0;
-    MapView view(kWidth, kHeight,
-                 setupOf(false, image ? std::vector<std::string>{"bluemarble"}
-                                      : std::vector<std::string>{"political", "rivers"}));
-    frames(state, view, [] {});
+    redraw(state, "geog", true);
 }
 
-// A drag of the vector layers: the view follows the pointer by 7 pixels a
-// frame, back and forth across 140 pixels.
-void BM_MapVectorPan(benchmark::State& state)
+void BM_MapRedrawCoastsEdp(benchmark::State& state)
 {
-    MapView view(kWidth, kHeight, setupOf(false, {"political", "rivers"}));
-    int frame = 0;
-    frames(state, view, [&] {
-        const int phase = frame++ % 40;
-        const int dx = 7 * (phase < 20 ? phase : 40 - phase);
-        view.viewport()->configure("xtranslate", std::to_string(dx).c_str(),
-                                   static_cast<char*>(nullptr));
-    });
+    redraw(state, "edp", true);
 }
 
 } // namespace
 
-BENCHMARK(BM_MapFullRedraw)->Arg(100)->Arg(125)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_MapPartRedraw)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_MapVectorPan)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_MapRedrawGeog)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+BENCHMARK(BM_MapRedrawEdp)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+BENCHMARK(BM_MapRedrawCoastsGeog)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MapRedrawCoastsEdp)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {

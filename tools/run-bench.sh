@@ -2,7 +2,8 @@
 # Builds and runs the trace-drawing benchmark (bench/bench_trace.cpp): the
 # polyline item against QPainter::drawPolyline, Qwt and QCustomPlot; then
 # the map-data benchmark (bench/bench_mapdata.cpp) with gdalwarp timed on
-# the same equidistant image job; the map view (bench/bench_map.cpp) with
+# the same equidistant image job; the map item (bench/bench_map.cpp); the
+# map program's view (bench/bench_mapview.cpp) with
 # GMT timed on the same map (tools/time_gmt_map.sh); and
 # the event-database benchmark (bench/bench_eventdb.cpp).
 # The two plotting libraries are benchmark peers only, so they are installed
@@ -30,7 +31,7 @@ fi
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
     -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=ON
 cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_map \
-    bench_eventdb bench_moment bench_polypoint
+    bench_mapview bench_eventdb bench_moment bench_polypoint
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -70,11 +71,15 @@ for src in "$bm" 'NETCDF:"/usr/share/ferret-vis/data/etopo5.cdf":ROSE'; do
     done
 done
 
-# kgrqt-map's view: the default map redrawn and the vector layers panned,
-# at 1920 x 1080; then GMT drawing the same map to PNG.
+# The map item after a navigation step; kgrqt-map's view: the default map
+# redrawn and the vector layers panned, at 1920 x 1080; then GMT drawing
+# the same map to PNG.
 QT_QPA_PLATFORM=offscreen "$build/bin/bench_map" \
-    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
     --benchmark_out="$build/bench_map.json" --benchmark_out_format=json "$@"
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_mapview" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_mapview.json" --benchmark_out_format=json "$@"
 bash tools/time_gmt_map.sh 5 "$build/gmt-map"
 
 # The event view on 100,000 events and 1,000,000 detections, on SQLite and,

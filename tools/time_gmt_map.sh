@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Times GMT drawing the map that bench/bench_map.cpp times kgrqt-map
+# Times GMT drawing the map that bench/bench_mapview.cpp times kgrqt-map
 # redrawing: the Blue Marble under the azimuthal equidistant projection
 # about (20 N, 0 E), 288 x 162 degrees of arc at 1920 x 1080 pixels, with
 # national borders and rivers from the crude shorelines database, to PNG.
