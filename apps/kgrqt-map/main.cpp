@@ -6,9 +6,10 @@
 //             [--projection edp|merc|geog] [--center LAT LON] [--zoom Z]
 //             [--layers NAME,...] [--mapdata DIR] [--plain]
 //
-// --zoom Z shows 360/Z degrees across the width; --layers names the map
-// layers to show (bluemarble, dem_srtm30, water_mask, coasts, political,
-// rivers), the others are hidden; --mapdata is the directory of the
+// By default the map is 1200 x 700 pixels, equidistant about (20 N, 0 E),
+// 360 degrees across. --zoom Z shows 360/Z degrees across the width;
+// --layers names the map layers to show (bluemarble, dem_srtm30,
+// water_mask, coasts, political, rivers), the others are hidden; --mapdata is the directory of the
 // map-data files ($KGRQT_MAPDATA_DIR, else /opt/larkspur/data/maps/kmd);
 // --plain leaves out the graticule, the logo and the buttons.
 // With a display the map opens in a window: dragging pans, Shift-dragging
