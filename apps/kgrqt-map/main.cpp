@@ -11,7 +11,8 @@
 // --layers names the map layers to show (bluemarble, dem_srtm30,
 // water_mask, coasts, political, rivers), the others are hidden;
 // --mapdata is the directory of the map-data files ($KGRQT_MAPDATA_DIR,
-// else /opt/larkspur/data/maps/kmd); --plain leaves out the graticule, the logo and the buttons.
+// else /opt/larkspur/data/maps/kmd); --plain leaves out the graticule,
+// the logo and the buttons.
 // With a display the map opens in a window: dragging pans, Shift-dragging
 // recentres, the wheel and the keys + - i o I O zoom, c centres on the
 // pointer, and the buttons choose the projection, the layers and the zoom.
