@@ -338,3 +338,25 @@ TEST(MapView, DragPansAndWheelZooms)
                 0.01 * span);
     hx_clear_register(0);
 }
+
+// The shipped definitions read every file from the map-data directory and
+// give each view off-screen layers of its own.
+TEST(MapView, LayerDefinitionsTakeTheDirectoryAndTheViewName)
+{
+    const std::string a = map_layer_definitions("/data/kmd", "view-a");
+    EXPECT_EQ(a.find('@'), std::string::npos);
+    EXPECT_NE(a.find("/data/kmd/bluemarble.world.200407.v01.grid.kmd"), std::string::npos);
+    EXPECT_NE(a.find("/data/kmd/coasts.vector.kmd"), std::string::npos);
+    EXPECT_NE(a.find("view-a-vector"), std::string::npos);
+    const std::string b = map_layer_definitions("/data/kmd", "view-b");
+    EXPECT_EQ(b.find("view-a"), std::string::npos);
+    EXPECT_NE(map_next_view_name(), map_next_view_name());
+    // Two views at once paint into layers of their own.
+    MapView one(200, 100, MapSetup{"/no/such/dir", false, false, {}});
+    MapView two(200, 100, MapSetup{"/no/such/dir", false, false, {}});
+    const KGRMapLayerParams* p1 = map_layer_params(one.map(), "coasts");
+    const KGRMapLayerParams* p2 = map_layer_params(two.map(), "coasts");
+    ASSERT_TRUE(p1 && p2);
+    EXPECT_NE(p1->kgr_layer, p2->kgr_layer);
+    EXPECT_EQ(p1->kgr_layer->parentWidget(), one.viewport());
+}
