@@ -4,18 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <deque>
 #include <string>
 #include <vector>
 
 namespace {
 
 // Parses a command line given without the program name; stderr is kept
-// in *err.
+// in *err. The options point into the command line, which lives on, as a
+// program's argv does.
 bool parse(std::vector<std::string> args, MapOptions* o, std::string* err = nullptr)
 {
+    static std::deque<std::vector<std::string>> lines;
     args.insert(args.begin(), "kgrqt-map");
+    lines.push_back(std::move(args));
     std::vector<char*> argv;
-    for (std::string& a : args)
+    for (std::string& a : lines.back())
         argv.push_back(&a[0]);
     testing::internal::CaptureStderr();
     const bool ok = map_parse_options(int(argv.size()), argv.data(), o);
