@@ -13,6 +13,7 @@
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QPainterPath>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -647,6 +648,7 @@ void expectUnopened(MapTest& t, const std::string& file)
     EXPECT_EQ(boxes[0]->text().toStdString(),
               "Cannot find layer gone map file " + file + "\nDownload using ...");
     EXPECT_FALSE(boxes[0]->isModal());
+    QCoreApplication::processEvents();
     EXPECT_TRUE(boxes[0]->isVisible());
     t.map->setMaplayersStale();
     EXPECT_EQ(t.render().pixel(180, 90), kLand);
@@ -1080,6 +1082,30 @@ TEST_F(MapTest, TaskbarTextsPassThroughAndReachTheMap)
     EXPECT_EQ(set("maptaskbar_buttons_definitions", "buttons_definitions &Arr{\n"), -1);
     EXPECT_TRUE(endsWith(takeRegister(),
                          "map_parse_buttons_definitions: item->taskbar->configure() error.\n"));
+}
+
+TEST_F(MapTest, ButtonPressTogglesAMapLayer)
+{
+    ASSERT_EQ(set("maptaskbar_buttons_definitions", buttonDefinitions), 0) << takeRegister();
+    ASSERT_EQ(set("maptaskbar_buttons", "buttons &Tbl{\nborders c 40 20\n}\n"), 0)
+        << takeRegister();
+    ASSERT_EQ(set("process_mouse_events", "on"), 0);
+    render();
+    auto* borders = static_cast<KGRTaskbarButtonParams*>(
+        getarr(map->map.taskbar->taskbar.buttons_definitions, "borders"));
+    ASSERT_NE(borders, nullptr);
+    ASSERT_NE(borders->kgr_text->text.path, nullptr);
+    KGRPicker* picker = map->map.picker;
+    ASSERT_EQ(map->map.taskbar->taskbar.picker, picker);
+    QPoint inside = borders->kgr_text->text.path->boundingRect().center().toPoint();
+    sendMove(picker, inside.x(), inside.y(), Qt::NoButton);
+    ASSERT_EQ(borders->kgr_text->text.select, 1);
+    QTest::mousePress(picker, Qt::LeftButton, Qt::NoModifier, inside);
+    EXPECT_EQ(params("political")->visibility, 0);
+    QTest::mouseRelease(picker, Qt::LeftButton, Qt::NoModifier, inside);
+    QTest::mousePress(picker, Qt::LeftButton, Qt::NoModifier, inside);
+    EXPECT_EQ(params("political")->visibility, 1);
+    QTest::mouseRelease(picker, Qt::LeftButton, Qt::NoModifier, inside);
 }
 
 // ------------------------------------------------------ installed data

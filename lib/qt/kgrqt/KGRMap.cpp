@@ -134,7 +134,8 @@ void openSource(KGRMap* map, KGRMapLayerParams* params, const char* name, int nt
         box->setText(QString::asprintf("Cannot find layer %s map file %s\nDownload using ...", name,
                                        path.c_str()));
         box->setModal(false);
-        box->show();
+        // Shown from the event loop: this runs inside a paint event.
+        QMetaObject::invokeMethod(box, "show", Qt::QueuedConnection);
     }
 }
 
@@ -454,8 +455,14 @@ int map_process_mouse_events(HX_ConfigureSpec*, HX_ClientData, char* value, char
     }
     // Bound once however often it is switched on.
     unbindNavigation(item->picker, map);
-    for (const char* event : navigationEvents)
-        item->picker->bind(event, map_mouse_callback, map);
+    try {
+        for (const char* event : navigationEvents)
+            item->picker->bind(event, map_mouse_callback, map);
+    } catch (const char* e) {
+        unbindNavigation(item->picker, map);
+        hx_register_error(1, "map_process_mouse_events: %s\n", e);
+        return -1;
+    }
     map->raisePicker();
     return 0;
 }
@@ -474,6 +481,8 @@ int map_parse_buttons_definitions(HX_ConfigureSpec*, HX_ClientData, char* value,
             return -1;
         }
         item->taskbar->setConfigureSpecs(commandSpecs, record, "KGRMap");
+        QObject::connect(item->taskbar, &QObject::destroyed, static_cast<KGRMap*>(item->object_ptr),
+                         [item] { item->taskbar = nullptr; });
     }
     replaceString(&item->taskbar_buttons_definitions_string, value);
     if (item->taskbar->configure("taskbar_picker_name", item->picker_name,
