@@ -2,7 +2,9 @@
 # Builds and runs the trace-drawing benchmark (bench/bench_trace.cpp): the
 # polyline item against QPainter::drawPolyline, Qwt and QCustomPlot; then
 # the map-data benchmark (bench/bench_mapdata.cpp) with gdalwarp timed on
-# the same equidistant image job.
+# the same equidistant image job; the map item (bench/bench_map.cpp); the
+# map program's view (bench/bench_mapview.cpp) with
+# GMT timed on the same map (tools/time_gmt_map.sh); and
 # the event-database benchmark (bench/bench_eventdb.cpp).
 # The two plotting libraries are benchmark peers only, so they are installed
 # here and not by tools/bootstrap.sh.
@@ -15,7 +17,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${BUILD_DIR:-build-bench}"
 
-packages="libbenchmark-dev libqwt-qt5-dev libqcustomplot-dev gdal-bin"
+packages="libbenchmark-dev libqwt-qt5-dev libqcustomplot-dev gdal-bin ghostscript"
 missing=""
 for p in $packages; do
     dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
@@ -27,8 +29,9 @@ if [ -n "$missing" ]; then
 fi
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DKGRQT_BUILD_BENCH=ON \
-    -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=OFF
-cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_eventdb bench_moment bench_polypoint
+    -DKGRQT_BUILD_TESTS=OFF -DKGRQT_BUILD_APPS=ON
+cmake --build "$build" -j2 --target bench_trace bench_annotation bench_mapdata bench_map \
+    bench_mapview bench_eventdb bench_moment bench_polypoint
 
 # Medians of five runs; the machine may be shared, so CPU time is the
 # figure to read.
@@ -67,6 +70,17 @@ for src in "$bm" 'NETCDF:"/usr/share/ferret-vis/data/etopo5.cdf":ROSE'; do
             2>&1 | grep '^gdalwarp'
     done
 done
+
+# The map item after a navigation step; kgrqt-map's view: the default map
+# redrawn and the vector layers panned, at 1920 x 1080; then GMT drawing
+# the same map to PNG.
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_map" \
+    --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_map.json" --benchmark_out_format=json "$@"
+QT_QPA_PLATFORM=offscreen "$build/bin/bench_mapview" \
+    --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/bench_mapview.json" --benchmark_out_format=json "$@"
+bash tools/time_gmt_map.sh 5 "$build/gmt-map"
 
 # The event view on 100,000 events and 1,000,000 detections, on SQLite and,
 # on a throwaway PostgreSQL cluster, PostgreSQL (the databases are built on

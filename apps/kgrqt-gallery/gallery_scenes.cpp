@@ -1,6 +1,9 @@
 #include "gallery_scenes.h"
 
 #include "kgrqt.h"
+#include "map_box.h"
+#include "map_make.h"
+#include "map_options.h"
 
 #include <QGridLayout>
 #include <QList>
@@ -242,6 +245,67 @@ KGRViewport* taskbar(int w, int h)
     return vp;
 }
 
+// Graticule colours over the Blue Marble and the relief, and over the
+// light fills of the coastlines.
+const char* const kOverImage = "#b0ffffff";
+const char* const kOverFills = "#80405080";
+
+// A map of the installed map data as kgrqt-map makes it, filling the
+// scene, with the named layers, 360/zoom degrees across about (lat, lon)
+// and a graticule.
+KGRViewport* mapScene(int w, int h, MapProjection projection, double lat, double lon, double zoom,
+                      std::vector<std::string> layers, const char* graticule = kOverImage)
+{
+    auto* vp = new KGRViewport(nullptr);
+    vp->resize(w, h);
+    MapSetup setup;
+    setup.mapdata = map_default_mapdata();
+    setup.layersGiven = true;
+    setup.layers = std::move(layers);
+    try {
+        map_make(vp, setup, map_next_view_name());
+    } catch (const char*) {
+        delete vp;
+        return nullptr;
+    }
+    KGRGrid* g = new KGRGrid(vp);
+    g->configure("fill", graticule, "visible_xsmall", "0", "visible_ysmall", "0", kEnd);
+    map_show_box(vp, map_home_box(projection, lat, lon, zoom, w, h));
+    return vp;
+}
+
+KGRViewport* mapEdp(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Edp, 20, 0, 360.0 / 370,
+                    {"bluemarble", "political", "rivers"});
+}
+
+KGRViewport* mapMerc(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Merc, 0, 0, 1, {"bluemarble", "political"});
+}
+
+KGRViewport* mapGeog(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Geog, 0, 0, 1, {"bluemarble", "political", "rivers"});
+}
+
+KGRViewport* mapRegional(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Edp, 37, 138, 12, {"coasts", "political", "rivers"},
+                    kOverFills);
+}
+
+KGRViewport* mapRelief(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Edp, 32, 85, 6, {"dem_srtm30", "political"});
+}
+
+KGRViewport* mapLakes(int w, int h)
+{
+    return mapScene(w, h, MapProjection::Geog, -4, 32, 24, {"coasts"}, kOverFills);
+}
+
 } // namespace
 
 const std::vector<GalleryScene>& gallery_scenes()
@@ -272,6 +336,15 @@ const std::vector<GalleryScene>& gallery_scenes()
          textStyles},
         {"taskbar", "A taskbar: a button struck through, a coloured one, a faded one", 480, 200,
          taskbar},
+        {"map-edp", "The world about 20N 0E, equidistant: Blue Marble, borders, rivers", 480, 480,
+         mapEdp, true},
+        {"map-merc", "The world under Mercator: Blue Marble and borders", 480, 400, mapMerc, true},
+        {"map-geog", "The world in plain longitude and latitude", 480, 240, mapGeog, true},
+        {"map-regional", "Japan, equidistant, 30 degrees across: coasts, borders, rivers", 480, 360,
+         mapRegional, true},
+        {"map-relief", "The relief layer about the Himalaya, with borders", 480, 320, mapRelief,
+         true},
+        {"map-lakes", "Filled coastlines with their lakes: East Africa", 480, 360, mapLakes, true},
     };
     static const std::vector<GalleryScene> all = [] {
         std::vector<GalleryScene> v = scenes;

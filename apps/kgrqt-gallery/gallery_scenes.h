@@ -18,6 +18,7 @@ struct GalleryScene {
     // Makes the viewport (a top-level widget) with its items, or null with
     // the reason in the error register.
     KGRViewport* (*build)(int width, int height);
+    bool mapdata = false; // drawn from the installed map-data files
 };
 
 const std::vector<GalleryScene>& gallery_scenes();

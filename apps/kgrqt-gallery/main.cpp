@@ -2,6 +2,7 @@
 //
 //   kgrqt-gallery [DIRECTORY]      (docs/gallery by default)
 #include "gallery_scenes.h"
+#include "map_options.h"
 
 #include "kgrqt.h"
 
@@ -24,7 +25,15 @@ int main(int argc, char** argv)
         fprintf(stderr, "kgrqt-gallery: cannot make '%s'\n", directory.toLocal8Bit().constData());
         return 2;
     }
+    const bool mapdata = map_mapdata_complete(map_default_mapdata());
+    if (!mapdata)
+        fprintf(stderr,
+                "kgrqt-gallery: no map data in %s; the maps are left out "
+                "(tools/install-mapdata.sh builds it)\n",
+                map_default_mapdata().c_str());
     for (const GalleryScene& scene : gallery_scenes()) {
+        if (scene.mapdata && !mapdata)
+            continue;
         const QString path = directory + "/" + scene.name + ".png";
         QImage image = gallery_render(scene);
         if (image.isNull() || !image.save(path, "PNG")) {

@@ -1,4 +1,5 @@
 #include "PlotView.h"
+#include "app_taskbar.h"
 
 #include "kgrqt.h"
 
@@ -274,17 +275,7 @@ int PlotView::addButtons(Channel& c)
                            definitions.constData(), "taskbar_buttons", kButtonList, kEnd) < 0)
         return -1;
     // Button labels in the size of the tic labels, boxed.
-    Tbl* names = keysarr(buttons->taskbar.buttons_definitions);
-    int result = 0;
-    for (int i = 0; i < maxtbl(names); ++i) {
-        auto* button = static_cast<KGRTaskbarButtonParams*>(
-            getarr(buttons->taskbar.buttons_definitions, static_cast<char*>(gettbl(names, i))));
-        if (button && button->kgr_text &&
-            button->kgr_text->configure("font", "Helvetica 10", "outline", "#b0b0b0", kEnd) < 0)
-            result = -1;
-    }
-    freetbl(names, nullptr);
-    return result;
+    return app_style_buttons(buttons, "Helvetica 10", "#b0b0b0");
 }
 
 int PlotView::showTrace(const char* handle, const char* label, const char* colour)

@@ -20,15 +20,13 @@
 // tool tip.
 #include "CatalogueMap.h"
 #include "PlotView.h"
+#include "app_args.h"
 #include "plot_trace.h"
 #include "synthetic_trace.h"
 
 #include "kgrqt.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QGuiApplication>
-#include <QImage>
 
 #include <algorithm>
 #include <cstdio>
@@ -80,20 +78,6 @@ struct Options {
     bool sized = false; // --size given
 };
 
-bool parseRatio(const char* text)
-{
-    char* end = nullptr;
-    const double r = strtod(text, &end);
-    return end != text && *end == '\0' && r >= 1 && r <= 8;
-}
-
-bool parseSize(const char* text, int* width, int* height)
-{
-    char tail = 0;
-    return sscanf(text, "%dx%d%c", width, height, &tail) == 2 && *width >= 50 && *width <= 10000 &&
-           *height >= 50 && *height <= 10000;
-}
-
 // Reads the command line; false after printing what is wrong.
 bool parseOptions(int argc, char** argv, Options* options)
 {
@@ -117,7 +101,7 @@ bool parseOptions(int argc, char** argv, Options* options)
             options->snapshot = argv[++i];
         } else if (strcmp(arg, "--ratio") == 0 && hasValue) {
             options->ratio = argv[++i];
-            if (!parseRatio(options->ratio)) {
+            if (!app_parse_ratio(options->ratio)) {
                 fprintf(stderr, "kgrqt-plot: bad ratio '%s' (1 to 8)\n", options->ratio);
                 return false;
             }
@@ -125,7 +109,7 @@ bool parseOptions(int argc, char** argv, Options* options)
             options->colour = argv[++i];
         } else if (strcmp(arg, "--size") == 0 && hasValue) {
             options->sized = true;
-            if (!parseSize(argv[++i], &options->width, &options->height)) {
+            if (!app_parse_size(argv[++i], &options->width, &options->height)) {
                 fprintf(stderr, "kgrqt-plot: bad size '%s' (50x50 to 10000x10000)\n", argv[i]);
                 return false;
             }
@@ -243,18 +227,6 @@ int showChannels(PlotView& view, const Options& options, const std::vector<PlotT
     return 0;
 }
 
-bool hasDisplay()
-{
-    return getenv("DISPLAY") || getenv("WAYLAND_DISPLAY") || getenv("QT_QPA_PLATFORM");
-}
-
-// Platforms with no screen, where a window could never be seen or closed.
-bool isHeadless()
-{
-    const QString platform = QGuiApplication::platformName();
-    return platform == "offscreen" || platform == "minimal";
-}
-
 // The catalogue's window: a map the size asked for (1000 x 560 by default).
 int showCatalogue(const Options& options, const std::vector<CatalogueEvent>& events)
 {
@@ -295,7 +267,7 @@ int main(int argc, char** argv)
     if (!parseOptions(argc, argv, &options))
         return 2;
     // Without a display, render off screen into a file.
-    if (!hasDisplay())
+    if (!app_has_display())
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
     // A snapshot at R device pixels a pixel is what a screen of that
     // density shows.
@@ -308,7 +280,7 @@ int main(int argc, char** argv)
     if (!options.catalogue && !readChannels(options, &traces))
         return 2;
     QApplication app(argc, argv);
-    if (!options.snapshot && isHeadless())
+    if (!options.snapshot && app_is_headless())
         options.snapshot = "kgrqt-plot.png";
     try {
         if (options.catalogue)

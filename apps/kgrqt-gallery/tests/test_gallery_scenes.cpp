@@ -2,6 +2,7 @@
 // size, draws into its plot area and annotates its margins, and the
 // features each picture shows are there.
 #include "gallery_scenes.h"
+#include "map_options.h"
 #include "register.h"
 
 #include "kgrqt.h"
@@ -53,6 +54,8 @@ TEST_P(EveryScene, RendersAtItsSizeWithInkInsideAndOut)
 {
     hx_clear_register(0);
     const GalleryScene& s = gallery_scenes()[GetParam()];
+    if (s.mapdata && !map_mapdata_complete(map_default_mapdata()))
+        GTEST_SKIP() << "no map data in " << map_default_mapdata();
     QImage image = gallery_render(s).convertToFormat(QImage::Format_RGB32);
     ASSERT_FALSE(image.isNull()) << s.name << ": " << takeRegister();
     EXPECT_EQ(image.size(), QSize(s.width, s.height)) << s.name;
@@ -150,4 +153,27 @@ TEST(GalleryScenes, CatalogueWorldHasTheBeachBalls)
     const QColor c(image.pixel(tohoku));
     EXPECT_LT(c.red(), 40);
     EXPECT_GT(c.blue(), 180);
+}
+
+// The maps show their places: Lake Victoria filled as water inside the
+// land of East Africa, the world disc on black, the Tibetan plateau in the
+// relief's high colours.
+TEST(GalleryScenes, MapsShowTheirPlaces)
+{
+    if (!map_mapdata_complete(map_default_mapdata()))
+        GTEST_SKIP() << "no map data in " << map_default_mapdata();
+    // East Africa: 15 degrees across from 24.5 E, 1.625 N at the top, 32
+    // pixels a degree.
+    auto at = [](double lat, double lon) {
+        return QPoint(int((lon - 24.5) * 32), int((1.625 - lat) * 32));
+    };
+    QImage lakes = rendered("map-lakes");
+    EXPECT_EQ(lakes.pixel(at(-1, 33)), qRgb(0xe0, 0xe0, 0xff));     // Lake Victoria
+    EXPECT_EQ(lakes.pixel(at(-6.5, 34.3)), qRgb(0xff, 0xf2, 0xe5)); // Tanzania
+    QImage world = rendered("map-edp");
+    EXPECT_EQ(world.pixel(2, 2), qRgb(0, 0, 0));
+    EXPECT_NE(world.pixel(240, 240), qRgb(0, 0, 0));
+    QImage relief = rendered("map-relief");
+    const QRgb tibet = relief.pixel(240, 160);
+    EXPECT_GT(qRed(tibet), qBlue(tibet) + 40);
 }
