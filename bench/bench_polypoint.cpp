@@ -1,7 +1,8 @@
 // Drawing 100000 point symbols (circles, triangles, stars) into a
 // 1920 x 1080 image with the polypoint item, side by side with a QCustomPlot
 // scatter graph of the same points and symbol size, both antialiased; and
-// the two symbol searches over the 100000 hit-test records of one drawing.
+// the two symbol searches over the 100000 hit-test records of one drawing;
+// and 10000 beach balls whose outlines come from the tensor cache.
 // Run by tools/run-bench.sh.
 #include "kgrqt.h"
 
@@ -15,6 +16,7 @@
 
 #include <cstdlib>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -137,16 +139,17 @@ void BM_Polypoint_QCustomPlot(benchmark::State& state)
     drawScatter<CustomPlotScatter>(state);
 }
 
-// The searches after one drawing of 100000 squares, at query pixels spread
+// The searches after one drawing of 100000 circles, at query pixels spread
 // over the image.
 void BM_Polypoint_findClosest(benchmark::State& state)
 {
     KgrqtScatter scatter(0);
     scatter.draw(target());
-    int i = 0;
+    int i = 0, ipt = -1, inside = 0;
+    double d = 0;
+    // The first search after a drawing builds the grid (timed below).
+    scatter.pp->findClosest(0, 0, &ipt, &d, &inside);
     for (auto _ : state) {
-        int ipt = -1, inside = 0;
-        double d = 0;
         scatter.pp->findClosest((i * 37) % kWidth, (i * 53) % kHeight, &ipt, &d, &inside);
         benchmark::DoNotOptimize(ipt);
         ++i;
@@ -157,6 +160,7 @@ void BM_Polypoint_findInside(benchmark::State& state)
 {
     KgrqtScatter scatter(0);
     scatter.draw(target());
+    delete scatter.pp->findInside(0, 0); // builds the grid
     int i = 0;
     for (auto _ : state) {
         QList<int>* in = scatter.pp->findInside((i * 37) % kWidth, (i * 53) % kHeight);
@@ -166,10 +170,69 @@ void BM_Polypoint_findInside(benchmark::State& state)
     }
 }
 
+// 10000 beach balls of size 8 (100 distinct tensors, so every one after
+// the first load comes from the cache), fill, node fill and outline.
+void BM_Polypoint_beachballs(benchmark::State& state)
+{
+    const int n = 10000, tensors = 100;
+    std::vector<std::string> text(n);
+    std::vector<const char*> labels(n);
+    for (int i = 0; i < n; ++i) {
+        const int k = i % tensors;
+        char buffer[128];
+        snprintf(buffer, sizeof buffer, "{sy=bb,%d,%d,%d,%d,%d,%d}", k % 7 - 3, k % 5 - 2,
+                 (k % 7 - 3) - (k % 5 - 2), 1 + k % 3, k % 4 - 1, 2 - k % 6);
+        text[i] = buffer;
+        labels[i] = text[i].c_str();
+    }
+    KGRViewport vp{nullptr};
+    vp.resize(kWidth, kHeight);
+    vp.configure("margin", "0 0 0 0", "xleft", "0", "xright", "1", "ybottom", "0", "ytop", "1",
+                 kEndArgs);
+    vp.layout->activate();
+    hxvector_create("bench_balls", HXVECTOR_PLAIN);
+    hxvector_add_points("bench_balls", n, points().x.data(), points().y.data(), labels.data());
+    auto* pp = new KGRPolypoint(&vp);
+    pp->configure("vector", "bench_balls", "fill", "#ffffff", "fill_nodes", "#ff0000", "outline",
+                  "#000000", "size", "8", kEndArgs);
+    QImage& image = target();
+    {
+        // A hidden widget learns its size when it is first rendered.
+        QImage once(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+        vp.render(&once);
+    }
+    if (pp->polypoint.npts != n || pp->polypoint.point[0].symbol != KGR_SYMBOL_BEACHBALL)
+        abort();
+    for (auto _ : state) {
+        state.PauseTiming();
+        image.fill(Qt::white);
+        state.ResumeTiming();
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        pp->draw(painter);
+        benchmark::DoNotOptimize(image.constBits());
+    }
+    hxvector_free("bench_balls");
+}
+
+// Building the search grid over the 100000 records of one drawing, which
+// the first search after each drawing pays.
+void BM_Polypoint_searchGrid(benchmark::State& state)
+{
+    KgrqtScatter scatter(0);
+    scatter.draw(target());
+    for (auto _ : state) {
+        KgrqtSymbolGrid grid(scatter.pp->polypoint.paths);
+        benchmark::DoNotOptimize(grid.indexes(scatter.pp->polypoint.paths));
+    }
+}
+
 BENCHMARK(BM_Polypoint_kgrqt)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Polypoint_QCustomPlot)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Polypoint_findClosest)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Polypoint_findInside)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Polypoint_searchGrid)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Polypoint_beachballs)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
