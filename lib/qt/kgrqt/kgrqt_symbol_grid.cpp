@@ -69,7 +69,7 @@ bool fillCells(KgrqtSymbolGrid::Cells* cells, const std::vector<Box>& boxes,
     for (const Box& b : boxes) {
         entries += (floorDiv(b.x2 - cells->x0, size) - floorDiv(b.x1 - cells->x0, size) + 1) *
                    (floorDiv(b.y2 - cells->y0, size) - floorDiv(b.y1 - cells->y0, size) + 1);
-        if (entries > limit * 4)
+        if (entries > limit)
             return false;
     }
     for (const Box& b : boxes)
