@@ -8,11 +8,14 @@
 #include <QGridLayout>
 #include <QImage>
 #include <QList>
+#include <QPainter>
 #include <QPainterPath>
+#include <QPen>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -434,4 +437,108 @@ TEST_F(PolypointMapTest, PathPointsUnderGeogAndEdp)
     EXPECT_EQ(image.pixel(220, 170), white);
     EXPECT_GT(px, 220);
     EXPECT_LT(py, 170);
+}
+
+TEST_F(PolypointDrawTest, SearchesFollowEveryDrawAndMatchTheLinearSearch)
+{
+    load("2 5\n5 5\n5 5.1\n7 5 {sy=circle}\n7.1 5 {sy=star}\n3 8 {sy=triangle}\n");
+    ASSERT_EQ(pp->configure("size", "10", kEnd), 0);
+    for (const char* xright : {"10", "8"}) {
+        ASSERT_EQ(vp.configure("xright", xright, kEnd), 0);
+        render();
+        for (int y = 0; y < 340; y += 3)
+            for (int x = 0; x < 440; x += 3) {
+                int ipt = -2, inside = -2, imin = -2, linside = -2;
+                double d = -1, ld = -1;
+                ASSERT_EQ(pp->findClosest(x, y, &ipt, &d, &inside), 0);
+                kgrqt_findclosest_polypoint(pp->polypoint.paths, x, y, &imin, &ld, &linside);
+                ASSERT_EQ(ipt, pp->polypoint.paths->at(imin).ipt) << x << "," << y;
+                ASSERT_EQ(d, ld);
+                ASSERT_EQ(inside, linside);
+                QList<int>* in = pp->findInside(x, y);
+                QList<int>* lin = kgrqt_findinside_polypoint(pp->polypoint.paths, x, y);
+                ASSERT_EQ(*in, *lin) << x << "," << y;
+                delete in;
+                delete lin;
+            }
+    }
+}
+
+namespace {
+
+// Every record drawn on its own, with a pen, brush and opacity made for it:
+// what the item drew before runs of one style shared their set-up.
+QImage drawEachRecord(KGRPolypoint* pp, QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    KgrpolypointItem* item = &pp->polypoint;
+    for (const KgrpolypointPointPath& r : *item->paths) {
+        const KgrpolypointPoint& point = item->point[r.ipt];
+        QColor* fill = point.color ? point.fill.color : item->fill.color;
+        QColor* outline = point.color ? point.outline.color : item->outline.color;
+        painter.setOpacity(pp->getOpacity(r.ipt));
+        painter.setPen(outline ? QPen(QBrush(*outline), item->linewidth, Qt::SolidLine,
+                                      Qt::SquareCap, Qt::BevelJoin)
+                               : QPen(Qt::NoPen));
+        painter.setBrush(fill ? QBrush(*fill) : QBrush(Qt::NoBrush));
+        painter.drawPath(*r.path);
+    }
+    return image;
+}
+
+QImage drawItem(KGRPolypoint* pp, QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    pp->draw(painter);
+    return image;
+}
+
+} // namespace
+
+// Overlapping symbols at fractional pixel positions, in runs of one style
+// broken by points of their own colours, opacity or outline width.
+TEST_F(PolypointDrawTest, RunsOfOneStyleDrawTheSamePixelsAsSymbolByItself)
+{
+    std::string text;
+    for (int i = 0; i < 400; ++i) {
+        char line[96];
+        snprintf(line, sizeof line, "%.4f %.4f%s\n", 1 + (i * 37 % 800) / 100.0,
+                 1 + (i * 53 % 790) / 100.0, i % 7 == 0 ? " {f=blue o=green}" : "");
+        text += line;
+    }
+    load(text.c_str());
+    ASSERT_EQ(pp->polypoint.npts, 400);
+    for (int i = 0; i < 400; ++i) {
+        KgrpolypointPoint* point = &pp->polypoint.point[i];
+        point->color = i % 7 == 0;
+        if (i % 5 == 0) {
+            point->fader = 1;
+            point->opacity = 0.5;
+        }
+        point->size = i % 9 == 0 ? 9 : 0;
+    }
+    render();
+    for (const char* symbol : {"point", "triangle", "square", "circle", "star", "diamond"})
+        for (const char* width : {"1", "3"}) {
+            ASSERT_EQ(pp->configure("symbol", symbol, "fill", "#ff8000", "outline", "#000000",
+                                    "size", "6", "linewidth", width, kEnd),
+                      0);
+            const QImage runs = drawItem(pp, vp.size());
+            ASSERT_EQ(records(), 400) << symbol;
+            const QImage each = drawEachRecord(pp, vp.size());
+            int differ = 0, drawn = 0;
+            for (int y = 0; y < runs.height(); ++y)
+                for (int x = 0; x < runs.width(); ++x) {
+                    differ += runs.pixel(x, y) != each.pixel(x, y);
+                    drawn += runs.pixel(x, y) != qRgb(255, 255, 255);
+                }
+            EXPECT_EQ(differ, 0) << symbol << " width " << width;
+            EXPECT_GT(drawn, 1000) << symbol;
+        }
 }

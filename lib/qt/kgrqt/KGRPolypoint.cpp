@@ -339,13 +339,23 @@ void KGRPolypoint::setLayer(KGRLayer* layer)
     polypoint.layer = layer;
 }
 
+KgrqtSymbolGrid* KGRPolypoint::searchGrid()
+{
+    if (!grid || !grid->indexes(polypoint.paths))
+        grid.reset(new KgrqtSymbolGrid(polypoint.paths));
+    return grid->indexes(polypoint.paths) ? grid.get() : nullptr;
+}
+
 int KGRPolypoint::findClosest(int x, int y, int* ipt, double* distance, int* nearest)
 {
     int imin = -1;
     *ipt = -1;
     if (!polypoint.paths)
         return 0;
-    kgrqt_findclosest_polypoint(polypoint.paths, x, y, &imin, distance, nearest);
+    if (KgrqtSymbolGrid* g = searchGrid())
+        g->findClosest(x, y, &imin, distance, nearest);
+    else
+        kgrqt_findclosest_polypoint(polypoint.paths, x, y, &imin, distance, nearest);
     if (imin >= 0)
         *ipt = polypoint.paths->at(imin).ipt;
     return 0;
@@ -355,6 +365,8 @@ QList<int>* KGRPolypoint::findInside(int x, int y)
 {
     if (!polypoint.paths)
         return new QList<int>;
+    if (KgrqtSymbolGrid* g = searchGrid())
+        return g->findInside(x, y);
     return kgrqt_findinside_polypoint(polypoint.paths, x, y);
 }
 

@@ -11,7 +11,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <vector>
 
 class QFont;
 class QGridLayout;
@@ -367,6 +369,35 @@ int kgrqt_findclosest_polypoint(QList<KgrpolypointPointPath>* paths, int x, int 
                                 double* dmin, int* inside);
 QList<int>* kgrqt_findinside_polypoint(QList<KgrpolypointPointPath>* paths, int x, int y);
 
+// The two symbol searches over a uniform grid of pixel cells, with the same
+// answers as kgrqt_findclosest_polypoint and kgrqt_findinside_polypoint on
+// the list it was built from. Built from the records of one drawing; the
+// list must stay as it was (the item drops its grid when it redraws).
+class KgrqtSymbolGrid {
+public:
+    explicit KgrqtSymbolGrid(QList<KgrpolypointPointPath>* paths);
+    // False when the list is no longer the one indexed, or the records could
+    // not be indexed (then the linear searches answer).
+    bool indexes(const QList<KgrpolypointPointPath>* paths) const;
+    void findClosest(int x, int y, int* imin, double* dmin, int* inside) const;
+    QList<int>* findInside(int x, int y) const;
+
+    // List positions by cell, in list order within a cell.
+    struct Cells {
+        long long x0 = 0, y0 = 0, nx = 0, ny = 0, size = 1;
+        std::vector<int> start, items;
+        bool cellOf(long long x, long long y, long long* cx, long long* cy) const;
+        const int* begin(long long cx, long long cy) const;
+        const int* end(long long cx, long long cy) const;
+    };
+
+private:
+    QList<KgrpolypointPointPath>* paths;
+    int count;
+    bool valid = false;
+    Cells centres, outlines;
+};
+
 // ------------------------------------------------------------- polyline
 
 struct KgrpolylineItem {
@@ -539,6 +570,12 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    // The search grid of the last drawing's records, made on the first
+    // search after it.
+    std::unique_ptr<KgrqtSymbolGrid> grid;
+    KgrqtSymbolGrid* searchGrid();
 };
 
 double polypoint_coding_scale(double value, KgrpolypointCodingScaling* scaling);

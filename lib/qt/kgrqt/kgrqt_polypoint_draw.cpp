@@ -182,7 +182,46 @@ struct Scale {
     double xonepixel, yonepixel;
 };
 
-void drawSymbolPoint(KGRPolypoint* self, QPainter& painter, int i, const Scale& scale)
+// The pen, brush and opacity of the last symbol drawn: a run of symbols of
+// one style sets the painter up once, which leaves every pixel as it was but
+// spares the raster engine a state change per symbol.
+class SymbolStyle {
+public:
+    void apply(QPainter& painter, const QColor* outline, int linewidth, const QColor* fill,
+               double opacity)
+    {
+        if (known && same(outlineColor, outline) && same(fillColor, fill) && linewidth == width &&
+            opacity == alpha)
+            return;
+        painter.setOpacity(opacity);
+        painter.setPen(
+            outline ? QPen(QBrush(*outline), linewidth, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin)
+                    : QPen(Qt::NoPen));
+        painter.setBrush(fill ? QBrush(*fill) : QBrush(Qt::NoBrush));
+        known = true;
+        outlineColor = outline ? *outline : QColor();
+        fillColor = fill ? *fill : QColor();
+        width = linewidth;
+        alpha = opacity;
+    }
+    // After someone else set the painter up.
+    void forget() { known = false; }
+
+private:
+    // An invalid colour stands for none.
+    static bool same(const QColor& kept, const QColor* c)
+    {
+        return c ? c->isValid() && kept == *c : !kept.isValid();
+    }
+
+    bool known = false;
+    QColor outlineColor, fillColor;
+    int width = 0;
+    double alpha = 0;
+};
+
+void drawSymbolPoint(KGRPolypoint* self, QPainter& painter, int i, const Scale& scale,
+                     SymbolStyle* style)
 {
     KgrpolypointItem* item = &self->polypoint;
     KgrviewportItem* vp = item->viewport;
@@ -214,6 +253,7 @@ void drawSymbolPoint(KGRPolypoint* self, QPainter& painter, int i, const Scale& 
             shapePosition(vp, true, lon, lat, mercY, &x, &y, &north);
             item->paths->append({i, static_cast<int>(px), static_cast<int>(py), path});
             painter.setOpacity(self->getOpacity(i));
+            style->forget();
             polypoint_draw_beachball(item, painter, path, i, x, y, north, scale.xonepixel,
                                      scale.yonepixel, size, fill, fillNodes, outline);
             continue;
@@ -224,11 +264,7 @@ void drawSymbolPoint(KGRPolypoint* self, QPainter& painter, int i, const Scale& 
             return;
         }
         item->paths->append({i, static_cast<int>(px), static_cast<int>(py), path});
-        painter.setOpacity(self->getOpacity(i));
-        painter.setPen(outline ? QPen(QBrush(*outline), item->linewidth, Qt::SolidLine,
-                                      Qt::SquareCap, Qt::BevelJoin)
-                               : QPen(Qt::NoPen));
-        painter.setBrush(fill ? QBrush(*fill) : QBrush(Qt::NoBrush));
+        style->apply(painter, outline, item->linewidth, fill, self->getOpacity(i));
         painter.drawPath(*path);
     }
 }
@@ -267,21 +303,25 @@ void KGRPolypoint::draw(QPainter& painter)
     if (!vp || kgrqt_get_scales(vp, &pw, &ph, &x1, &x2, &sx, &y1, &y2, &sy) != 0)
         return;
     const Scale scale{1.0 / (pw * sx), 1.0 / (ph * sy)};
+    grid.reset();
     resetPaths(&polypoint);
     if (!polypoint.show_symbols || (!polypoint.fill.color && !polypoint.outline.color)) {
         for (int i = 0; i < polypoint.npts; ++i)
             polypoint.point[i].xshift = polypoint.point[i].yshift = 0;
     } else {
         painter.save();
+        SymbolStyle style;
         for (int i = 0; i < polypoint.npts; ++i) {
             KgrpolypointPoint* point = &polypoint.point[i];
             const double opacity = getOpacity(i);
             if (!point->visibility || !(opacity > 0.0))
                 continue;
-            if ((point->symbol ? point->symbol : polypoint.symbol) == KGR_SYMBOL_PATH)
+            if ((point->symbol ? point->symbol : polypoint.symbol) == KGR_SYMBOL_PATH) {
                 drawPathPoint(painter, &polypoint, point, opacity);
-            else
-                drawSymbolPoint(this, painter, i, scale);
+                style.forget();
+            } else {
+                drawSymbolPoint(this, painter, i, scale, &style);
+            }
         }
         painter.restore();
     }
