@@ -594,6 +594,12 @@ TEST_F(MapTest, GridLayerDrawsItsImageOverThePlot)
     EXPECT_EQ(image.pixel(350, 170), kRed);
     ASSERT_NE(params("red")->mapdata, nullptr);
     EXPECT_EQ(params("red")->mapdata->nthreads, 2);
+    // The decompressed tiles stay cached up to cache_maxsize.
+    EXPECT_GT(params("red")->mapdata->cacheSize(), 0);
+    ASSERT_EQ(set("cache_maxsize", "0"), 0);
+    map->setMaplayersStale();
+    EXPECT_EQ(render().pixel(180, 90), kRed);
+    EXPECT_EQ(params("red")->mapdata->cacheSize(), 0);
 }
 
 TEST_F(MapTest, VectorLayerWithoutLevelsDrawsNothing)
