@@ -594,6 +594,12 @@ TEST_F(MapTest, GridLayerDrawsItsImageOverThePlot)
     EXPECT_EQ(image.pixel(350, 170), kRed);
     ASSERT_NE(params("red")->mapdata, nullptr);
     EXPECT_EQ(params("red")->mapdata->nthreads, 2);
+    // The decompressed tiles stay cached up to cache_maxsize.
+    EXPECT_GT(params("red")->mapdata->cacheSize(), 0);
+    ASSERT_EQ(set("cache_maxsize", "0"), 0);
+    map->setMaplayersStale();
+    EXPECT_EQ(render().pixel(180, 90), kRed);
+    EXPECT_EQ(params("red")->mapdata->cacheSize(), 0);
 }
 
 TEST_F(MapTest, VectorLayerWithoutLevelsDrawsNothing)
@@ -1086,10 +1092,11 @@ TEST_F(MapTest, TaskbarTextsPassThroughAndReachTheMap)
 
 TEST_F(MapTest, ButtonPressTogglesAMapLayer)
 {
+    // Navigation first: the buttons still see presses before it.
+    ASSERT_EQ(set("process_mouse_events", "on"), 0);
     ASSERT_EQ(set("maptaskbar_buttons_definitions", buttonDefinitions), 0) << takeRegister();
     ASSERT_EQ(set("maptaskbar_buttons", "buttons &Tbl{\nborders c 40 20\n}\n"), 0)
         << takeRegister();
-    ASSERT_EQ(set("process_mouse_events", "on"), 0);
     render();
     auto* borders = static_cast<KGRTaskbarButtonParams*>(
         getarr(map->map.taskbar->taskbar.buttons_definitions, "borders"));
@@ -1102,6 +1109,7 @@ TEST_F(MapTest, ButtonPressTogglesAMapLayer)
     ASSERT_EQ(borders->kgr_text->text.select, 1);
     QTest::mousePress(picker, Qt::LeftButton, Qt::NoModifier, inside);
     EXPECT_EQ(params("political")->visibility, 0);
+    EXPECT_EQ(map->map.mouse_state, KGRMAP_MOUSE_IDLE);
     QTest::mouseRelease(picker, Qt::LeftButton, Qt::NoModifier, inside);
     QTest::mousePress(picker, Qt::LeftButton, Qt::NoModifier, inside);
     EXPECT_EQ(params("political")->visibility, 1);

@@ -115,7 +115,34 @@ const char* const navigationEvents[] = {"mousePressEvent", "mouseMoveEvent", "mo
 void unbindNavigation(KGRPicker* picker, KGRMap* map)
 {
     for (const char* event : navigationEvents)
-        KGR_unbind(picker->bindings, event, map_mouse_callback, map);
+        kgrqt_unbind_entries(picker->bindings, event, map_mouse_callback, map);
+}
+
+bool navigationBound(KGRPicker* picker, KGRMap* map)
+{
+    for (KGR_Binding* row = picker->bindings; row && row->event != KGR_EVENT_END; ++row)
+        if (row->event == KGR_EVENT_MOUSE_PRESS)
+            for (int i = 0; i < row->n_callbacks; ++i)
+                if (row->callbacks[i].callbackProc == map_mouse_callback &&
+                    row->callbacks[i].clientData == map)
+                    return true;
+    return false;
+}
+
+// Binds the navigation once, after every callback bound so far: buttons
+// on the same picker see a press first and may take it. 0 or -1.
+int bindNavigation(KGRPicker* picker, KGRMap* map)
+{
+    unbindNavigation(picker, map);
+    try {
+        for (const char* event : navigationEvents)
+            picker->bind(event, map_mouse_callback, map);
+    } catch (const char* e) {
+        unbindNavigation(picker, map);
+        hx_register_error(1, "map_process_mouse_events: %s\n", e);
+        return -1;
+    }
+    return 0;
 }
 
 // Opens a layer's source on its first draw. A source that cannot be opened
@@ -453,16 +480,8 @@ int map_process_mouse_events(HX_ConfigureSpec*, HX_ClientData, char* value, char
         hx_register_error(0, "map_process_mouse_events: createPicker(main) error.\n");
         return -1;
     }
-    // Bound once however often it is switched on.
-    unbindNavigation(item->picker, map);
-    try {
-        for (const char* event : navigationEvents)
-            item->picker->bind(event, map_mouse_callback, map);
-    } catch (const char* e) {
-        unbindNavigation(item->picker, map);
-        hx_register_error(1, "map_process_mouse_events: %s\n", e);
+    if (bindNavigation(item->picker, map) < 0)
         return -1;
-    }
     map->raisePicker();
     return 0;
 }
@@ -516,7 +535,11 @@ int map_parse_buttons(HX_ConfigureSpec*, HX_ClientData, char* value, char* recor
         hx_register_error(0, "map_parse_buttons: item->taskbar->configure() error.\n");
         return -1;
     }
-    static_cast<KGRMap*>(item->object_ptr)->raisePicker();
+    auto* map = static_cast<KGRMap*>(item->object_ptr);
+    // New buttons bound after the navigation: it moves behind them again.
+    if (item->picker && navigationBound(item->picker, map))
+        bindNavigation(item->picker, map);
+    map->raisePicker();
     return 0;
 }
 

@@ -261,3 +261,19 @@ void KGRPicker::draw(QPainter& painter)
     if (picker.crosshairs2_color.color)
         drawCross(painter, *picker.crosshairs_pen, *picker.crosshairs2_color.color, picker);
 }
+
+void kgrqt_unbind_entries(KGR_Binding* table, const char* event, KGR_EventCallbackProc* proc,
+                          void* clientData)
+{
+    for (KGR_Binding* row = table; row && row->event != KGR_EVENT_END; ++row) {
+        if (!event || strcmp(row->event_name, event) != 0)
+            continue;
+        int kept = 0;
+        for (int i = 0; i < row->n_callbacks; ++i) {
+            const KGR_Event_Callback& c = row->callbacks[i];
+            if (c.callbackProc != proc || c.clientData != clientData)
+                row->callbacks[kept++] = c;
+        }
+        row->n_callbacks = kept;
+    }
+}

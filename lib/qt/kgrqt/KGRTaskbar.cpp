@@ -77,23 +77,11 @@ KGRTaskbarButtonStateParams* currentState(const KGRTaskbarButtonParams* params)
     return static_cast<KGRTaskbarButtonStateParams*>(gettbl(params->states, params->current));
 }
 
-// Removes the entries of one button from an event row of the picker.
-// KGR_unbind moves bytes rather than entries, which would garble the
-// entries behind one taken from the middle of a row, and other items
-// bind to a shared picker after the taskbar, so the row is compacted here.
+// Removes the entries of one button from an event row of the picker; other
+// items bind to a shared picker after the taskbar.
 void unbindButton(KGRPicker* picker, const char* event, KGRTaskbarButtonParams* params)
 {
-    for (KGR_Binding* row = picker->bindings; row && row->event != KGR_EVENT_END; ++row) {
-        if (strcmp(row->event_name, event) != 0)
-            continue;
-        int kept = 0;
-        for (int i = 0; i < row->n_callbacks; ++i) {
-            const KGR_Event_Callback& c = row->callbacks[i];
-            if (c.callbackProc != taskbar_button_callback || c.clientData != params)
-                row->callbacks[kept++] = c;
-        }
-        row->n_callbacks = kept;
-    }
+    kgrqt_unbind_entries(picker->bindings, event, taskbar_button_callback, params);
 }
 
 // -------------------------------------------------------------- showing

@@ -644,6 +644,13 @@ protected:
     void keyReleaseEvent(QKeyEvent* event) override;
 };
 
+// Removes every entry (proc, clientData) from the named row of a bindings
+// table, keeping the order of the others. Items that share a picker take
+// their callbacks out with it: KGR_unbind moves bytes rather than entries
+// and would garble the entries behind one taken from the middle of a row.
+void kgrqt_unbind_entries(KGR_Binding* table, const char* event, KGR_EventCallbackProc* proc,
+                          void* clientData);
+
 // ----------------------------------------------------------------- logo
 
 struct KgrlogoItem {
