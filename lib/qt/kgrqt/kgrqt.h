@@ -725,7 +725,8 @@ void kgrqt_scaletext_draw(const QPainter& painter, KgrviewportItem* viewport, do
 void kgrqt_number(double value, char* format, char* string);
 // A value's label by format: "none", "auto", a "%...d" format (rounded) or
 // a floating-point format; a format that does not print exactly one number,
-// or asks for a width or precision wider than a label, is taken as "auto". string must hold KGRQT_NUMBER_MAX characters.
+// or asks for a width or precision wider than a label, is taken as "auto". string must hold
+// KGRQT_NUMBER_MAX characters.
 #define KGRQT_NUMBER_MAX 512
 int kgrqt_nice_number(double number, char* format, char* string);
 int kgrqt_get_nice_fvals(double start, double end, double width, double minbigwidth,
