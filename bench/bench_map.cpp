@@ -65,13 +65,3 @@ BENCHMARK(BM_MapRedrawGeog)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTim
 BENCHMARK(BM_MapRedrawEdp)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 BENCHMARK(BM_MapRedrawCoastsGeog)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MapRedrawCoastsEdp)->Unit(benchmark::kMillisecond);
-
-int main(int argc, char** argv)
-{
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

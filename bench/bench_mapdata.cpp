@@ -114,13 +114,3 @@ BENCHMARK_CAPTURE(BM_SetInput, bluemarble, "bluemarble.world.200407.v01.grid.kmd
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_SetInput, relief, "srtm30.dem.world.v01.grid.kmd")
     ->Unit(benchmark::kMillisecond);
-
-int main(int argc, char** argv)
-{
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

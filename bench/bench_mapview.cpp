@@ -100,13 +100,3 @@ void BM_MapVectorPan(benchmark::State& state)
 BENCHMARK(BM_MapFullRedraw)->Arg(100)->Arg(125)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_MapPartRedraw)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_MapVectorPan)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-int main(int argc, char** argv)
-{
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

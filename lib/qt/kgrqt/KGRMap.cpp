@@ -86,22 +86,6 @@ HX_ConfigureSpec KGRMap::configSpecs[] = {
 
 namespace {
 
-KgrmapItem* itemOf(char* record)
-{
-    return reinterpret_cast<KgrmapItem*>(record);
-}
-
-bool isEmpty(const char* value)
-{
-    return !value || !*value;
-}
-
-void replaceString(char** field, const char* value)
-{
-    free(*field);
-    *field = value ? strdup(value) : nullptr;
-}
-
 KGRMapLayerParams* paramsOf(const KgrmapItem& item, const char* name)
 {
     return static_cast<KGRMapLayerParams*>(getarr(item.maplayer_definitions, name));
@@ -463,7 +447,7 @@ int KGRMap::postmouseCallback(int, void*, QEvent*)
 
 int map_process_mouse_events(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     int on = HX_ParseBoolean(value);
     if (on < 0) {
         hx_register_error(0, "map_process_mouse_events: KGR_ParseBoolean(%s) error.\n",
@@ -491,7 +475,7 @@ int map_process_mouse_events(HX_ConfigureSpec*, HX_ClientData, char* value, char
 int map_parse_buttons_definitions(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
     static const char* const func = "map_parse_buttons_definitions";
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     if (!item->taskbar) {
         try {
             item->taskbar = new KGRTaskbar(item->vp);
@@ -503,7 +487,7 @@ int map_parse_buttons_definitions(HX_ConfigureSpec*, HX_ClientData, char* value,
         QObject::connect(item->taskbar, &QObject::destroyed, static_cast<KGRMap*>(item->object_ptr),
                          [item] { item->taskbar = nullptr; });
     }
-    replaceString(&item->taskbar_buttons_definitions_string, value);
+    map_replace_string(&item->taskbar_buttons_definitions_string, value);
     if (item->taskbar->configure("taskbar_picker_name", item->picker_name,
                                  "taskbar_buttons_definitions", value ? value : "",
                                  static_cast<char*>(nullptr)) < 0) {
@@ -515,21 +499,21 @@ int map_parse_buttons_definitions(HX_ConfigureSpec*, HX_ClientData, char* value,
 
 char* map_print_buttons_definitions(HX_ConfigureSpec*, HX_ClientData, char* record, int)
 {
-    const char* text = itemOf(record)->taskbar_buttons_definitions_string;
+    const char* text = map_item_of(record)->taskbar_buttons_definitions_string;
     return strdup(text ? text : "");
 }
 
 int map_parse_buttons(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     if (!item->taskbar) {
-        if (isEmpty(value))
+        if (map_value_is_empty(value))
             return 0;
         hx_register_error(0, "map_parse_buttons: Must define taskbar object with "
                              "taskbar_buttons_definitions configuration first\n");
         return -1;
     }
-    replaceString(&item->taskbar_buttons_string, value);
+    map_replace_string(&item->taskbar_buttons_string, value);
     if (item->taskbar->configure("taskbar_buttons", value ? value : "",
                                  static_cast<char*>(nullptr)) < 0) {
         hx_register_error(0, "map_parse_buttons: item->taskbar->configure() error.\n");
@@ -545,6 +529,6 @@ int map_parse_buttons(HX_ConfigureSpec*, HX_ClientData, char* value, char* recor
 
 char* map_print_buttons(HX_ConfigureSpec*, HX_ClientData, char* record, int)
 {
-    const char* text = itemOf(record)->taskbar_buttons_string;
+    const char* text = map_item_of(record)->taskbar_buttons_string;
     return strdup(text ? text : "");
 }

@@ -6,6 +6,27 @@
 
 #include "kgrqt.h"
 
+#include <cstdlib>
+#include <cstring>
+
+// The map's record behind an option procedure's record pointer.
+inline KgrmapItem* map_item_of(char* record)
+{
+    return reinterpret_cast<KgrmapItem*>(record);
+}
+
+inline bool map_value_is_empty(const char* value)
+{
+    return !value || !*value;
+}
+
+// Replaces an owned string field with a copy of value (null clears it).
+inline void map_replace_string(char** field, const char* value)
+{
+    free(*field);
+    *field = value ? strdup(value) : nullptr;
+}
+
 // Option procedures of the map's table (record is the KgrmapItem).
 int map_parse_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* value, char* record,
                                    int);

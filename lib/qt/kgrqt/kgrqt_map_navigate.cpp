@@ -15,11 +15,6 @@ namespace {
 
 const double kPi = 3.14159265358979323846;
 
-KgrmapItem* itemOf(char* record)
-{
-    return reinterpret_cast<KgrmapItem*>(record);
-}
-
 std::string format(const char* fmt, double a)
 {
     char text[128];
@@ -257,7 +252,7 @@ int map_mouse_callback(int kind, void* clientdata, QEvent* event)
 
 int map_parse_zoom(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     char* end = nullptr;
     double f = value ? fix_strtod(value, &end) : 0;
     while (end && (*end == ' ' || *end == '\t'))
@@ -279,7 +274,7 @@ int map_parse_zoom(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, 
 
 int map_parse_set_projection(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     bool edp = value && strcmp(value, "edp") == 0;
     if (!edp && !(value && strcmp(value, "merc") == 0)) {
         hx_register_error(0, "map_parse_set_projection: projection '%s' not recognized.\n",

@@ -107,22 +107,6 @@ namespace {
 
 const char* const defsFunc = "map_parse_maplayer_definitions";
 
-KgrmapItem* itemOf(char* record)
-{
-    return reinterpret_cast<KgrmapItem*>(record);
-}
-
-bool isEmpty(const char* value)
-{
-    return !value || !*value;
-}
-
-void replaceString(char** field, const char* value)
-{
-    free(*field);
-    *field = value ? strdup(value) : nullptr;
-}
-
 KGRMap* mapOf(KgrmapItem* item)
 {
     return static_cast<KGRMap*>(item->object_ptr);
@@ -418,7 +402,7 @@ KGRMapLayerParams* findParams(KgrmapItem* item, const char* func, const char* na
 // 0 hide, 1 show, -1 toggle.
 int setVisibility(char* value, char* record, const char* func, int visibility)
 {
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     KGRMapLayerParams* params = findParams(item, func, value);
     if (!params)
         return -1;
@@ -432,7 +416,7 @@ int setVisibility(char* value, char* record, const char* func, int visibility)
 int map_get_color(KgrmapItem* item, const char* value, KGR_Color* color)
 {
     KGR_ClearColor(color);
-    if (isEmpty(value))
+    if (map_value_is_empty(value))
         return 0;
     if (strcmp(value, "$FILL_WATER") == 0) {
         KGR_CopyColor(&item->fill_water, color);
@@ -490,16 +474,29 @@ void map_restack_layers(KgrmapItem* item)
         order[i - 1]->stackUnder(order[i]);
 }
 
-int map_parse_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+namespace {
+
+// A parameter text compiled, or null after registering why.
+Pf* compileText(const char* value)
 {
-    KgrmapItem* item = itemOf(record);
-    if (isEmpty(value))
-        return 0;
     Pf* pf = nullptr;
     if (pfcompile(value, &pf) < 0) {
         hx_register_error(0, "pfcompile(%s) error.\n", value);
-        return -1;
+        return nullptr;
     }
+    return pf;
+}
+
+} // namespace
+
+int map_parse_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
+{
+    KgrmapItem* item = map_item_of(record);
+    if (map_value_is_empty(value))
+        return 0;
+    Pf* pf = compileText(value);
+    if (!pf)
+        return -1;
     Arr* layers = nullptr;
     if (parse_param(pf, "maplayer_definitions", 'a', 1, &layers) < 0) {
         pffree(pf);
@@ -522,7 +519,7 @@ int map_parse_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* value
     freetbl(names, nullptr);
     pffree(pf);
     if (ok)
-        replaceString(&item->maplayer_definitions_string, value);
+        map_replace_string(&item->maplayer_definitions_string, value);
     map_restack_layers(item);
     refresh(item);
     return ok ? 0 : -1;
@@ -530,20 +527,18 @@ int map_parse_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* value
 
 char* map_print_maplayer_definitions(HX_ConfigureSpec*, HX_ClientData, char* record, int)
 {
-    const char* text = itemOf(record)->maplayer_definitions_string;
+    const char* text = map_item_of(record)->maplayer_definitions_string;
     return strdup(text ? text : "");
 }
 
 int map_parse_maplayers(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
-    KgrmapItem* item = itemOf(record);
-    if (isEmpty(value))
+    KgrmapItem* item = map_item_of(record);
+    if (map_value_is_empty(value))
         return 0;
-    Pf* pf = nullptr;
-    if (pfcompile(value, &pf) < 0) {
-        hx_register_error(0, "pfcompile(%s) error.\n", value);
+    Pf* pf = compileText(value);
+    if (!pf)
         return -1;
-    }
     Tbl* names = readNames(pf, "map_parse_maplayers");
     pffree(pf);
     if (!names)
@@ -554,7 +549,7 @@ int map_parse_maplayers(HX_ConfigureSpec*, HX_ClientData, char* value, char* rec
 
 char* map_print_maplayers(HX_ConfigureSpec*, HX_ClientData, char* record, int)
 {
-    const char* text = itemOf(record)->maplayers_string;
+    const char* text = map_item_of(record)->maplayers_string;
     return strdup(text ? text : "");
 }
 
@@ -562,7 +557,7 @@ int map_parse_define_maplayers_template(HX_ConfigureSpec*, HX_ClientData, char* 
                                         int)
 {
     static const char* const func = "map_parse_define_maplayers_template";
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     Pf* pf = nullptr;
     if (pfcompile(value ? value : "", &pf) < 0) {
         hx_register_error(0, "%s: pfcompile(%s) error.\n", func, value ? value : "");
@@ -591,7 +586,7 @@ int map_parse_define_maplayers_template(HX_ConfigureSpec*, HX_ClientData, char* 
 int map_parse_maplayers_template(HX_ConfigureSpec*, HX_ClientData, char* value, char* record, int)
 {
     static const char* const func = "map_parse_maplayers_template";
-    KgrmapItem* item = itemOf(record);
+    KgrmapItem* item = map_item_of(record);
     if (!item->maplayers_templates) {
         hx_register_error(0, "%s: No maplayers templates defined.\n", func);
         return -1;
