@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 // Reads values off the input, yielding zeros once it runs out.
 struct FuzzInput {
@@ -38,5 +39,18 @@ struct FuzzInput {
         return take<double>();
     }
 };
+
+// The part of text before the next "\n%%\n" at or after *at, moving *at
+// past the separator (or to the end). The parts become C strings, so each
+// ends at its first NUL.
+inline std::string fuzz_section(const std::string& text, size_t* at)
+{
+    static const std::string separator = "\n%%\n";
+    size_t end = text.find(separator, *at);
+    std::string part = text.substr(*at, end == std::string::npos ? end : end - *at);
+    *at = end == std::string::npos ? text.size() : end + separator.size();
+    part.resize(strnlen(part.c_str(), part.size()));
+    return part;
+}
 
 #endif

@@ -5,6 +5,7 @@
 // Input: the definitions text, a line "%%", the layer-list text, a line
 // "%%", a template text, a line "%%", then command lines "option value"
 // (show, hide, toggle, template, zoom, set_projection, ...).
+#include "fuzz_input.h"
 #include "kgrqt.h"
 
 #include <QApplication>
@@ -30,18 +31,6 @@ QApplication* application()
     setenv("KGRQT_MAPDATA_DIR", made ? made : "/nonexistent", 1);
     static QApplication* app = new QApplication(argc, argv);
     return app;
-}
-
-// The part of text before the next "\n%%\n" at or after *at, moving *at
-// past the separator (or to the end). Parameter texts are C strings.
-std::string section(const std::string& text, size_t* at)
-{
-    static const std::string separator = "\n%%\n";
-    size_t end = text.find(separator, *at);
-    std::string part = text.substr(*at, end == std::string::npos ? end : end - *at);
-    *at = end == std::string::npos ? text.size() : end + separator.size();
-    part.resize(strnlen(part.c_str(), part.size()));
-    return part;
 }
 
 void render(KGRViewport& vp)
@@ -71,10 +60,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     application();
     std::string text(reinterpret_cast<const char*>(data), size);
     size_t at = 0;
-    std::string definitions = section(text, &at);
-    std::string layers = section(text, &at);
-    std::string templ = section(text, &at);
-    std::string commands = section(text, &at);
+    std::string definitions = fuzz_section(text, &at);
+    std::string layers = fuzz_section(text, &at);
+    std::string templ = fuzz_section(text, &at);
+    std::string commands = fuzz_section(text, &at);
     {
         KGRViewport vp(nullptr);
         vp.resize(120, 80);

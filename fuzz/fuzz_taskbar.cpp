@@ -5,6 +5,7 @@
 //
 // Input: the definitions text, a line "%%", the button-list text, a line
 // "%%", then events of three bytes each: kind and modifiers, x, y.
+#include "fuzz_input.h"
 #include "kgrqt.h"
 
 #include <QApplication>
@@ -26,17 +27,6 @@ QApplication* application()
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     static QApplication* app = new QApplication(argc, argv);
     return app;
-}
-
-// The part of text before the next "\n%%\n" at or after *at, moving *at
-// past the separator (or to the end).
-std::string section(const std::string& text, size_t* at)
-{
-    static const std::string separator = "\n%%\n";
-    size_t end = text.find(separator, *at);
-    std::string part = text.substr(*at, end == std::string::npos ? end : end - *at);
-    *at = end == std::string::npos ? text.size() : end + separator.size();
-    return part;
 }
 
 void render(KGRViewport& vp)
@@ -72,8 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     application();
     std::string text(reinterpret_cast<const char*>(data), size);
     size_t at = 0;
-    std::string definitions = section(text, &at);
-    std::string buttons = section(text, &at);
+    std::string definitions = fuzz_section(text, &at);
+    std::string buttons = fuzz_section(text, &at);
     // The parameter texts are C strings.
     definitions.resize(strnlen(definitions.c_str(), definitions.size()));
     buttons.resize(strnlen(buttons.c_str(), buttons.size()));
