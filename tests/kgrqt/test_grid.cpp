@@ -3,6 +3,7 @@
 // scales.
 #include "kgrqt.h"
 #include "register.h"
+#include "render.h"
 
 #include <QGridLayout>
 #include <QImage>
@@ -53,10 +54,7 @@ protected:
     void SetUp() override
     {
         hx_clear_register(0);
-        vp.resize(440, 340);
-        ASSERT_EQ(vp.configure("fill", "white", "fill_frame", "white", "margin", "20 20 20 20",
-                               "xleft", "0", "xright", "10", "ybottom", "0", "ytop", "10", kEnd),
-                  0);
+        ASSERT_EQ(setUpTenByTenPlot(vp), 0);
         grid = new KGRGrid(&vp);
         ASSERT_EQ(grid->configure("fill", "red", "fill_small", "blue", kEnd), 0);
     }

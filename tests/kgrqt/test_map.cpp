@@ -162,6 +162,24 @@ struct MapTest : ::testing::Test {
         return map->map.picker;
     }
     double xrange() const { return vp->viewport.spc_xright - vp->viewport.spc_xleft; }
+
+    // Runs one zoom step and checks that the visible width changed by
+    // factor (to tolerance) while the world point under pixel (x, y) stayed
+    // under it.
+    template <typename Step>
+    void expectZoomAbout(int x, int y, double factor, double tolerance, Step step,
+                         const std::string& what)
+    {
+        render();
+        QPointF w0 = worldOf(x, y);
+        double before = vp->viewport.xright - vp->viewport.xleft;
+        step();
+        EXPECT_NEAR(xrange(), before * factor, tolerance * before) << what;
+        render();
+        QPointF p = pixelOf(w0.x(), w0.y());
+        EXPECT_NEAR(p.x(), x, 0.5) << what;
+        EXPECT_NEAR(p.y(), y, 0.5) << what;
+    }
 };
 
 // --------------------------------------------------------------- defaults
@@ -923,14 +941,10 @@ TEST_F(MapTest, WheelStepsZoomAboutThePointer)
     for (Step step : {Step{120, 0.88}, Step{-120, 1.12}, Step{1200, 0.1}}) {
         render();
         KGRPicker* picker = mousePicker();
-        QPointF w0 = worldOf(90, 60);
-        double before = vp->viewport.xright - vp->viewport.xleft;
-        sendWheel(picker, 90, 60, step.delta);
-        EXPECT_NEAR(xrange(), before * step.factor, 1e-6) << step.delta;
-        render();
-        QPointF p = pixelOf(w0.x(), w0.y());
-        EXPECT_NEAR(p.x(), 90, 0.5) << step.delta;
-        EXPECT_NEAR(p.y(), 60, 0.5) << step.delta;
+        const double width = vp->viewport.xright - vp->viewport.xleft;
+        expectZoomAbout(
+            90, 60, step.factor, 1e-6 / width, [&] { sendWheel(picker, 90, 60, step.delta); },
+            std::to_string(step.delta));
     }
 }
 
@@ -960,16 +974,10 @@ TEST_F(MapTest, KeysZoomAboutTheLastPointer)
                                             {'O', 2.0},
                                             {'x', 1.0}};
     for (const auto& k : keys) {
-        render();
-        QPointF w0 = worldOf(120, 60);
-        double before = vp->viewport.xright - vp->viewport.xleft;
-        QTest::keyClick(picker, k.first);
         // The factor travels as "%f": six decimals.
-        EXPECT_NEAR(xrange(), before * k.second, before * 1e-6) << k.first;
-        render();
-        QPointF p = pixelOf(w0.x(), w0.y());
-        EXPECT_NEAR(p.x(), 120, 0.5) << k.first;
-        EXPECT_NEAR(p.y(), 60, 0.5) << k.first;
+        expectZoomAbout(
+            120, 60, k.second, 1e-6, [&] { QTest::keyClick(picker, k.first); },
+            std::string(1, k.first));
     }
 }
 

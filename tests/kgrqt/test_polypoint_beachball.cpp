@@ -2,6 +2,7 @@
 // compressional regions land on the screen, turned to north on maps.
 #include "kgrqt.h"
 #include "register.h"
+#include "render.h"
 
 #include <QColor>
 #include <QGridLayout>
@@ -55,10 +56,7 @@ protected:
     void SetUp() override
     {
         hx_clear_register(0);
-        vp.resize(440, 340);
-        ASSERT_EQ(vp.configure("fill", "white", "fill_frame", "white", "margin", "20 20 20 20",
-                               "xleft", "0", "xright", "10", "ybottom", "0", "ytop", "10", kEnd),
-                  0);
+        ASSERT_EQ(setUpTenByTenPlot(vp), 0);
         pp = new KGRPolypoint(&vp);
         ASSERT_EQ(
             pp->configure("fill", "blue", "fill_nodes", "red", "outline", "", "size", "60", kEnd),
