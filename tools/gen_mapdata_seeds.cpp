@@ -1,6 +1,6 @@
 // Writes the seed files of fuzz/fuzz_mapdata.cpp. From the repository top,
 // after a build in build/:
-//   g++ -std=c++17 -Itests/support -Ilib/hxutil tools/gen_mapdata_seeds.cpp -Lbuild/lib -lhxutil \
+//   g++ -std=c++17 -Itests/support $(printf -- " -Ilib/hxutil/%s" core containers mapdata) tools/gen_mapdata_seeds.cpp -Lbuild/lib -lhxutil \
 //       -Wl,-rpath,$PWD/build/lib -o /tmp/gen_mapdata_seeds && /tmp/gen_mapdata_seeds
 #include "mapdata_files.h"
 int main()

@@ -1,0 +1,43 @@
+# Checks that the folders of a layered source tree include one way only.
+#   cmake -DROOT=<dir> -DLAYERS="low;...;high" -P CheckLayering.cmake
+# A file in a folder may include headers of its own folder and of the folders
+# listed before it; including a header of a later folder is an error.
+if(NOT ROOT OR NOT LAYERS)
+  message(FATAL_ERROR "usage: cmake -DROOT=<dir> -DLAYERS=<a;b;...> -P CheckLayering.cmake")
+endif()
+get_filename_component(ROOT ${ROOT} ABSOLUTE)
+
+set(rank 0)
+foreach(layer IN LISTS LAYERS)
+  file(GLOB headers RELATIVE ${ROOT}/${layer} ${ROOT}/${layer}/*.h)
+  foreach(h IN LISTS headers)
+    set(header_rank_${h} ${rank})
+    set(header_layer_${h} ${layer})
+  endforeach()
+  math(EXPR rank "${rank} + 1")
+endforeach()
+
+set(violations 0)
+set(rank 0)
+foreach(layer IN LISTS LAYERS)
+  file(GLOB files ${ROOT}/${layer}/*.h ${ROOT}/${layer}/*.cpp)
+  foreach(f IN LISTS files)
+    file(STRINGS ${f} includes REGEX "^[ \t]*#[ \t]*include[ \t]+\"[^\"]+\"")
+    foreach(line IN LISTS includes)
+      string(REGEX REPLACE "^[^\"]*\"([^\"]+)\".*$" "\\1" h "${line}")
+      get_filename_component(h ${h} NAME)
+      if(DEFINED header_rank_${h} AND header_rank_${h} GREATER rank)
+        file(RELATIVE_PATH rel ${ROOT} ${f})
+        message(SEND_ERROR "${rel} (${layer}) includes ${h} of the higher folder ${header_layer_${h}}")
+        math(EXPR violations "${violations} + 1")
+      endif()
+    endforeach()
+  endforeach()
+  math(EXPR rank "${rank} + 1")
+endforeach()
+
+if(violations GREATER 0)
+  message(FATAL_ERROR "${violations} include(s) against the folder order ${LAYERS}")
+endif()
+list(LENGTH LAYERS n)
+message(STATUS "${n} folders include one way only")

@@ -1,0 +1,2 @@
+// A higher folder including a lower one is allowed.
+#include "low.h"

@@ -1,0 +1,2 @@
+// A lower folder reaching up: the layering check must refuse it.
+#include "high.h"
