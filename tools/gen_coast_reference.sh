@@ -18,11 +18,12 @@
 #
 # Usage: tools/gen_coast_reference.sh [output-directory]
 set -euo pipefail
-out=${1:-"$(dirname "$0")/../tests/data"}
+out=$(realpath -m -- "${1:-"$(dirname "$0")/../tests/data"}")
 gmt_out="$out/gmt_coast_reference.tsv"
 proj_out="$out/proj_aeqd_coast_reference.tsv"
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
+cd "$tmp" # GMT keeps its history (gmt.history) in the working directory
 
 # name  region  resolution  area-threshold(km2)  width(points)  height(points, geog)
 cases=(

@@ -11,7 +11,12 @@
 # Usage: tools/gen_geod_reference.sh [output]
 set -euo pipefail
 
-out=${1:-"$(dirname "$0")/../tests/data/geod_reference.tsv"}
+out=$(realpath -m -- "${1:-"$(dirname "$0")/../tests/data/geod_reference.tsv"}")
+# The tools run in a scratch directory, so that nothing they leave lands in
+# the tree.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
 radius=57.29577951308232
 geod_cmd=(geod "+R=$radius" -f %.15f -F %.15f)
 

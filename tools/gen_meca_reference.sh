@@ -14,9 +14,10 @@
 # Usage: tools/gen_meca_reference.sh [output]
 set -euo pipefail
 
-out=${1:-"$(dirname "$0")/../tests/data/meca_reference.tsv"}
+out=$(realpath -m -- "${1:-"$(dirname "$0")/../tests/data/meca_reference.tsv"}")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+cd "$work" # GMT keeps its session files in the working directory
 
 # case xx yy zz xy xz yz, from strike/dip/rake (Aki and Richards) or given.
 python3 - >"$work/cases.tsv" <<'PY'

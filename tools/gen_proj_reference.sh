@@ -19,7 +19,12 @@
 # Usage: tools/gen_proj_reference.sh [output]
 set -euo pipefail
 
-out=${1:-"$(dirname "$0")/../tests/data/proj_reference.tsv"}
+out=$(realpath -m -- "${1:-"$(dirname "$0")/../tests/data/proj_reference.tsv"}")
+# The tools run in a scratch directory, so that nothing they leave lands in
+# the tree.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
 radius=57.29577951308232
 full=(-f %.15f)
 

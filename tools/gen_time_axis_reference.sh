@@ -18,7 +18,12 @@ set -euo pipefail
 shopt -s inherit_errexit
 
 export TZ=UTC LC_ALL=C
-out=${1:-$(dirname "$0")/../tests/data/time_axis_reference.tsv}
+out=$(realpath -m -- "${1:-$(dirname "$0")/../tests/data/time_axis_reference.tsv}")
+# The tools run in a scratch directory, so that nothing they leave lands in
+# the tree.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
 
 if ! date --version 2>/dev/null | grep -q GNU; then
     echo "gen_time_axis_reference.sh: GNU date is required" >&2

@@ -20,4 +20,10 @@ if ! mkdir -p "$dir" 2>/dev/null || [ ! -w "$dir" ]; then
     exit 0
 fi
 cmake --build "$build" -j"$(nproc)" --target kgrqt-mapdata
-"$build/bin/kgrqt-mapdata" --out "$dir" --check
+# The builder runs gmt, which leaves its history (gmt.history) in the
+# working directory: run it in a scratch directory, not in the tree.
+builder=$(realpath -- "$build/bin/kgrqt-mapdata")
+dir=$(realpath -m -- "$dir")
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+(cd "$scratch" && "$builder" --out "$dir" --check)

@@ -14,12 +14,18 @@
 # alone.
 set -euo pipefail
 runs=${1:-5}
-work=${2:-$(mktemp -d)}
+work=$(realpath -m -- "${2:-$(mktemp -d)}")
 mkdir -p "$work"
-cd "$work"
+# GMT runs in a scratch directory of its own, so that its session files
+# (gmt.history, gmt.conf) land neither in the work directory nor in the
+# tree; the pictures are moved to the work directory afterwards.
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
 # A georeferenced copy of the Blue Marble picture that kgrqt-mapdata reads.
-[ -f bluemarble-4326.tif ] || gdal_translate -q -a_srs EPSG:4326 -a_ullr -180 90 180 -90 \
-    /usr/share/marble/data/maps/earth/bluemarble/bluemarble.jpg bluemarble-4326.tif
+tif="$work/bluemarble-4326.tif"
+[ -f "$tif" ] || gdal_translate -q -a_srs EPSG:4326 -a_ullr -180 90 180 -90 \
+    /usr/share/marble/data/maps/earth/bluemarble/bluemarble.jpg "$tif"
 # The view in kilometres on GMT's sphere (mean radius 6371.0087714 km).
 read -r hw hh < <(awk 'BEGIN { k = 6371.0087714 * 3.141592653589793 / 180;
     printf "%.3f %.3f\n", 144 * k, 81 * k }')
@@ -28,17 +34,19 @@ for i in $(seq "$runs"); do
     rm -f map.png
     /usr/bin/time -f "gmt map (grdimage, coast, PNG): %e s wall, %U s user" bash -c "
         gmt begin map png E72 &&
-        gmt grdimage bluemarble-4326.tif -R-$hw/$hw/-$hh/$hh+uk -JE0/20/1920p &&
+        gmt grdimage \"$tif\" -R-$hw/$hw/-$hh/$hh+uk -JE0/20/1920p &&
         gmt coast -Dc -N1/1p,red -I1/1p,lightblue &&
         gmt end" </dev/null 2>&1 | grep '^gmt map'
     [ -f map.png ] || { echo "time_gmt_map: GMT wrote no map.png" >&2; exit 1; }
 done
+[ ! -f map.png ] || mv map.png "$work/map.png"
 # The share of the PostScript-to-PNG conversion: the same job to PostScript.
 for i in $(seq "$runs"); do
     /usr/bin/time -f "gmt map to PostScript only: %e s wall, %U s user" bash -c "
         gmt begin mapps ps &&
-        gmt grdimage bluemarble-4326.tif -R-$hw/$hw/-$hh/$hh+uk -JE0/20/1920p &&
+        gmt grdimage \"$tif\" -R-$hw/$hw/-$hh/$hh+uk -JE0/20/1920p &&
         gmt coast -Dc -N1/1p,red -I1/1p,lightblue &&
         gmt end" </dev/null 2>&1 | grep '^gmt map'
 done
+[ ! -f mapps.ps ] || mv mapps.ps "$work/mapps.ps"
 echo "picture: $work/map.png"
