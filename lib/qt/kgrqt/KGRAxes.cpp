@@ -1,4 +1,7 @@
-#include "kgrqt.h"
+#include "KGRAxes.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_tics.h"
 
 #include <QPainter>

@@ -1,4 +1,4 @@
-#include "kgrqt.h"
+#include "KGRConfigure.h"
 
 #include <QColor>
 #include <QFont>

@@ -1,4 +1,7 @@
-#include "kgrqt.h"
+#include "KGRGrid.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainter>
 

@@ -1,4 +1,5 @@
-#include "kgrqt.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
 
 #include <QBitmap>
 #include <QGridLayout>

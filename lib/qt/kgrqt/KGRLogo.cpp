@@ -1,4 +1,6 @@
-#include "kgrqt.h"
+#include "KGRLogo.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
 
 #include <QImage>
 #include <QPainter>

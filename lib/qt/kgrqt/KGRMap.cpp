@@ -1,6 +1,13 @@
 // The map: a stack of named map layers, each painting one map-data source
 // into an off-screen layer of the viewport. Layer definitions and lists are
 // read in kgrqt_map_parse.cpp, navigation in kgrqt_map_navigate.cpp.
+#include "KGRMap.h"
+#include "KGRLayer.h"
+#include "KGRMapData.h"
+#include "KGRPicker.h"
+#include "KGRTaskbar.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_map.h"
 
 #include <QColor>

@@ -2,7 +2,8 @@
 // rendering grid resolutions into an image on a pool of row workers.
 // Vector drawing is in kgrmapdata_vector.cpp, the palette in
 // kgrmapdata_palette.cpp.
-#include "kgrqt.h"
+#include "KGRMapData.h"
+#include "kgrqt_engine.h"
 
 #include <QImage>
 

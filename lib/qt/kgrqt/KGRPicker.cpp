@@ -1,4 +1,5 @@
-#include "kgrqt.h"
+#include "KGRPicker.h"
+#include "KGRViewport.h"
 
 #include <QColor>
 #include <QCursor>

@@ -2,7 +2,8 @@
 // outside the plotting area are dropped where they cannot change what is
 // drawn: a run inside one of the eight regions around the area collapses to
 // its ends.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainterPath>
 

@@ -1,6 +1,9 @@
 // The polyline item: one line of points taken from a point vector, a time
 // history, an in-memory list or a built-in test curve.
-#include "kgrqt.h"
+#include "KGRPolyline.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_trace.h"
 
 #include <QColor>

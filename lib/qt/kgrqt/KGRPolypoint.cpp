@@ -1,7 +1,10 @@
 // The polypoint item: points drawn as symbols, beach balls or painter
 // paths, with labels, codings and the searches for the symbol under the
 // mouse.
-#include "kgrqt.h"
+#include "KGRPolypoint.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QColor>
 #include <QList>

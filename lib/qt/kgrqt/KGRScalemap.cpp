@@ -1,7 +1,8 @@
 // One point at a time from world coordinates to fractions of the plotting
 // area, through the viewport's projection; long equidistant segments are cut
 // into steps of about one pixel so that they curve with the projection.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <cmath>
 #include <limits>

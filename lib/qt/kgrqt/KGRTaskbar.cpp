@@ -9,6 +9,11 @@
 // embeds a taskbar and wants the buttons to reach its own settings installs
 // an option table of its own on the taskbar (setConfigureSpecs with its
 // record); configure finds those rows like the taskbar's.
+#include "KGRTaskbar.h"
+#include "KGRLayer.h"
+#include "KGRPicker.h"
+#include "KGRText.h"
+#include "KGRViewport.h"
 #include "kgrqt_taskbar.h"
 
 #include <QMouseEvent>

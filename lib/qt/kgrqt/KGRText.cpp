@@ -1,7 +1,10 @@
 // The text item: one string placed by two position expressions, optionally
 // boxed, outlined, rotated, translucent or struck through; and the shared
 // cache of small special-symbol pixmaps.
-#include "kgrqt.h"
+#include "KGRText.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QByteArray>
 #include <QColor>

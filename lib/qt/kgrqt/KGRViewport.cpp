@@ -1,4 +1,6 @@
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "KGRLayer.h"
+#include "kgrqt_engine.h"
 
 #include <QGridLayout>
 #include <QPainter>

@@ -1,5 +1,5 @@
 // The elevation palette of map grids and the HLS colour helpers.
-#include "kgrqt.h"
+#include "KGRMapData.h"
 
 #include <atomic>
 #include <cmath>

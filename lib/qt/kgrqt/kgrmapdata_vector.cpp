@@ -1,6 +1,8 @@
 // KGRMapData's vector resolutions: point in polygon and drawing segments
 // with per-level pens and fills by level parity.
-#include "kgrqt.h"
+#include "KGRMapData.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -2,7 +2,8 @@
 // these drawers, so that grid lines fall exactly on the tics: nice values
 // on linear axes, decades on logarithmic axes, calendar steps on time axes,
 // and meridians and parallels on equidistant maps.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_tics.h"
 
 #include <QPainter>

@@ -1,8 +1,10 @@
 // Focal-mechanism beach balls of the polypoint item: the outlines of a
 // moment tensor's compressional regions, cached per tensor for the whole
 // process, and their drawing scaled, turned to north and moved onto a point.
+#include "KGRPolypoint.h"
+#include "KGRViewport.h"
 #include "hx_moment.h"
-#include "kgrqt.h"
+#include "kgrqt_engine.h"
 
 #include <QColor>
 #include <QPainter>

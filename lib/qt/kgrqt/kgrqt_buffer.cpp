@@ -3,7 +3,8 @@
 // that long runs of short segments cost one painter call. One set of
 // process-wide state, used from the GUI thread by one painter at a time;
 // every figure ends with a flush.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainter>
 #include <QPointF>

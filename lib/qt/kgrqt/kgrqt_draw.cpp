@@ -1,6 +1,6 @@
 // Pens and brushes from colour options, and the searches that find the
 // symbol of a point item under the mouse.
-#include "kgrqt.h"
+#include "kgrqt_engine.h"
 
 #include <QBrush>
 #include <QPainter>

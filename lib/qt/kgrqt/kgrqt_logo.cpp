@@ -1,4 +1,4 @@
-#include "kgrqt.h"
+#include "KGRLogo.h"
 
 #include <QImage>
 

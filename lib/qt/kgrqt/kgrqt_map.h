@@ -4,7 +4,8 @@
 #ifndef KGRQT_MAP_H
 #define KGRQT_MAP_H
 
-#include "kgrqt.h"
+#include "KGRMap.h"
+#include "KGRViewport.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,5 +1,9 @@
 // Map navigation: zooming, recentring, switching the projection, and the
 // picker callback that pans, zooms and recentres with mouse, wheel and keys.
+#include "KGRMap.h"
+#include "KGRPicker.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_map.h"
 
 #include <QKeyEvent>

@@ -1,5 +1,8 @@
 // The map's parameter texts: layer definitions, the list of layers to draw,
 // named lists (templates), and the commands that show and hide layers.
+#include "KGRLayer.h"
+#include "KGRMap.h"
+#include "KGRMapData.h"
 #include "kgrqt_map.h"
 
 #include <QColor>

@@ -1,5 +1,6 @@
 // Number labels and "nice" tic values of axes and grids.
-#include "kgrqt.h"
+#include "hxutil.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_round.h"
 
 #include <cctype>

@@ -1,6 +1,8 @@
 // The painting step that every item takes: into its layer's off-screen
 // pixmap when it has one, otherwise onto its own widget.
-#include "kgrqt.h"
+#include "KGRLayer.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainter>
 #include <QPixmap>

@@ -1,6 +1,7 @@
 // World-coordinate polylines and polygons: projected, cut to bend with the
 // equidistant projection, clipped to the plot and fed to the segment buffer.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainter>
 #include <QPointF>

@@ -1,6 +1,8 @@
 // Drawing of the polypoint item: symbols by template, beach balls, path
 // points and labels, with the hit-test records of what was drawn.
-#include "kgrqt.h"
+#include "KGRPolypoint.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QColor>
 #include <QFont>

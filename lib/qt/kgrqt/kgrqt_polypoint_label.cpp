@@ -1,6 +1,6 @@
 // Point labels of the polypoint item: "text {key=value ...}", where the
 // keys set a point's colours, size, symbol or moment tensor.
-#include "kgrqt.h"
+#include "KGRPolypoint.h"
 
 #include <QFont>
 #include <QPainterPath>

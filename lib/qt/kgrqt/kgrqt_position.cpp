@@ -1,7 +1,9 @@
 // Position expressions: sums of terms such as "0.5v", "fbottom+10" or
 // "12.5d" that place decorations in pixels from the lower-left corner of a
 // viewport's plot frame, x to the right and y upwards.
-#include "kgrqt.h"
+#include "KGRText.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_round.h"
 #include "kgrqt_tics.h"
 

@@ -8,7 +8,8 @@
 // crosses a wide gap by whole turns at once and stops where a step of 360
 // vanishes in rounding. NaN passes through; an infinite longitude that is to
 // be brought into a range comes out as NaN.
-#include "kgrqt.h"
+#include "hxutil.h"
+#include "kgrqt_engine.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 // A uniform grid over the hit-test records of one drawing of a point item:
 // symbol centres for the closest-symbol search and outline bounds for the
 // under-the-mouse search, so that neither has to walk every record.
-#include "kgrqt.h"
+#include "kgrqt_engine.h"
 
 #include <QPainterPath>
 #include <QRectF>

@@ -4,7 +4,7 @@
 #ifndef KGRQT_TASKBAR_H
 #define KGRQT_TASKBAR_H
 
-#include "kgrqt.h"
+#include "KGRTaskbar.h"
 
 struct Pf;
 

@@ -24,6 +24,7 @@
 //     }
 //
 // A button without "states" is its own single state.
+#include "KGRTaskbar.h"
 #include "kgrqt_taskbar.h"
 
 #include <cstdlib>

@@ -1,7 +1,8 @@
 // Text drawing shared by the annotating items: justification codes, painter
 // set-up, measuring, and strings anchored in a viewport's plot frame, plain,
 // boxed or rotated, or at a world point.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_round.h"
 
 #include <QFontMetrics>

@@ -1,7 +1,8 @@
 // Time axes: the choice of a major and minor step from a table of calendar
 // divisions, the label format for a step, and tic times that follow the
 // calendar (months and years of varying length) for long steps.
-#include "kgrqt.h"
+#include "KGRAxes.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_tics.h"
 
 #include <cmath>

@@ -2,7 +2,9 @@
 // view, each cut out of the sorted points by a guided search, dense columns
 // taken from the summary as spans, sparse ones point for point.
 #include "kgrqt_trace.h"
-#include "kgrqt.h"
+#include "KGRPolyline.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainterPath>
 

@@ -1,7 +1,8 @@
 // The multi-resolution summary of a long trace: minimum and maximum of y
 // over blocks of 16, 256, 4096, ... samples, made in one pass over the
 // points and kept per polyline item until its points change.
-#include "kgrqt.h"
+#include "KGRPolyline.h"
+#include "kgrqt_engine.h"
 #include "kgrqt_trace.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // World-to-pixel transforms of a viewport record, and the shown world box
 // computed from the specified one, the pan and the zoom gains.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <cmath>
 

@@ -1,6 +1,7 @@
 // The fill path of a geographic polygon, repeated at every whole turn of
 // longitude that the viewport shows.
-#include "kgrqt.h"
+#include "KGRViewport.h"
+#include "kgrqt_engine.h"
 
 #include <QPainterPath>
 
