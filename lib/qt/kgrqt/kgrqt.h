@@ -1185,3 +1185,4 @@ extern const char* const kgrmap_default_maplayers;
 void map_free_maplayer_params(void* params);
 
 #endif
+#include "KGRMapEvents.h"
