@@ -7,6 +7,7 @@
 
 #include <QEvent>
 #include <QMouseEvent>
+#include <QPainterPath>
 
 #include <cstdio>
 #include <string>
