@@ -151,8 +151,7 @@ int mapevents_create_vector(KgrmapeventsItem* item, char* name, const char* suff
 {
     auto* me = mapevents_of(item);
     snprintf(name, 32, "mapevents%d%s", me->instance, suffix);
-    if (hxvector_create(name, HXVECTOR_PLAIN) < 0 ||
-        hxvector_add_points(name, 0, nullptr, nullptr, nullptr) < 0) {
+    if (hxvector_create(name, HXVECTOR_PLAIN) < 0) {
         name[0] = '\0';
         return -1;
     }
@@ -320,6 +319,9 @@ int KGRMapEvents::setDatabase(char* name)
     m.evv = evv;
     free(m.dbname);
     m.dbname = strdup(name);
+    // A new view reports no change for what the database already holds:
+    // the display is filled from it first.
+    showNewest();
     startTimer();
     return 0;
 }

@@ -292,13 +292,12 @@ char* mapevents_print_update_interval(HX_ConfigureSpec*, HX_ClientData, char* re
 {
     char text[64];
     const double v = mapevents_item_of(record)->update_interval;
-    for (int precision = 1; precision <= 17; ++precision) {
-        snprintf(text, sizeof text, "%.*g", precision, v);
+    snprintf(text, sizeof text, "%.17g", v);
+    for (int precision = 1; std::fabs(v) < 1e15 && precision <= 17; ++precision) {
+        snprintf(text, sizeof text, "%.*f", precision, v);
         if (strtod(text, nullptr) == v)
             break;
     }
-    if (!strpbrk(text, ".eEn"))
-        strcat(text, ".0");
     return strdup(text);
 }
 
