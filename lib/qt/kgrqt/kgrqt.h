@@ -11,6 +11,7 @@
 #include "KGRLogo.h"
 #include "KGRMap.h"
 #include "KGRMapData.h"
+#include "KGRMapEvents.h"
 #include "KGRPicker.h"
 #include "KGRPolyline.h"
 #include "KGRPolypoint.h"

@@ -1,0 +1,209 @@
+// The navigation map of the map events: a small map of the whole world in
+// the lower left corner of the map, with the outline of what the map shows
+// and the selected origin's stations and paths. A click on it centres the
+// map there. Shown, hidden, or ("auto") shown while the map shows less than
+// a quarter of the world's longitudes.
+#include "kgrqt_mapevents_item.h"
+
+#include <QEvent>
+#include <QMouseEvent>
+#include <QPainterPath>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+const char* const kEnd = nullptr;
+
+// Size of the navigation map and its distance from the map's corner.
+const int kNavWidth = 240;
+const int kNavHeight = 120;
+const int kNavInset = 10;
+// "auto" shows the navigation map while the map spans fewer degrees of
+// longitude than this.
+const double kNavAutoSpan = 90.0;
+
+// Keeps the navigation map in its corner when the map's viewport resizes.
+class MapeventsResizeWatcher : public QObject {
+public:
+    explicit MapeventsResizeWatcher(KGRMapEvents* me) : QObject(nullptr), me(me) {}
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Resize)
+            me->refreshNavVisibility();
+        return false;
+    }
+    KGRMapEvents* me;
+};
+
+// A press on the navigation map centres the map on that point.
+int mapevents_nav_callback(int kind, void* clientdata, QEvent* event)
+{
+    auto* me = static_cast<KGRMapEvents*>(clientdata);
+    KgrmapeventsItem& m = me->mapevents;
+    if (kind != KGR_EVENT_MOUSE_PRESS || !m.nav_vp || !me->map.vp)
+        return 0;
+    auto* press = static_cast<QMouseEvent*>(event);
+    double lon = 0, lat = 0;
+    if (m.nav_vp->wcoords(press->x(), press->y(), &lon, &lat, 0) < 0)
+        return 0;
+    char center[128];
+    snprintf(center, sizeof center, "%f %f", lon, lat);
+    me->map.vp->configure("center", center, kEnd);
+    me->setMaplayersStale();
+    me->map.vp->update();
+    me->refreshNav();
+    return KGR_EVENT_CONSUMED;
+}
+
+// The navigation map's one map layer: land and water from the coast lines,
+// in a layer of its own.
+std::string mapevents_nav_definitions(const std::string& layer)
+{
+    return "maplayer_definitions &Arr{\n"
+           "    nav_coasts &Arr{\n"
+           "        type                vector_fill\n"
+           "        mapdata_source_file coasts.vector.kmd\n"
+           "        visibility          1\n"
+           "        antialias           1\n"
+           "        kgr_layer           " +
+           layer +
+           "\n"
+           "        outline_linewidth   -1\n"
+           "        background_color    $FILL_WATER\n"
+           "        fill_color          $FILL_LAND\n"
+           "    }\n"
+           "}\n";
+}
+
+} // namespace
+
+int KGRMapEvents::createNav()
+{
+    KgrmapeventsItem& m = mapevents;
+    if (m.nav_vp)
+        return 0;
+    if (!map.vp)
+        return -1;
+    const std::string prefix = "mapevents" + std::to_string(instance) + "_nav";
+    try {
+        m.nav_vp = new KGRViewport(map.vp);
+        m.nav_vp->configure("wtran", "geog", "xleft", "-180", "xright", "180", "ybottom", "-90",
+                            "ytop", "90", "margin", "1 1 1 1", "fill", "#e0e0ff", "fill_frame",
+                            "#e0e0ff", kEnd);
+        m.nav = new KGRMap(m.nav_vp);
+        m.layer_nav = new KGRLayer(m.nav_vp);
+        m.pickern = new KGRPicker(m.nav_vp);
+    } catch (const char* e) {
+        hx_register_error(0, "KGRMapEvents::createNav: %s\n", e);
+        delete m.nav_vp;
+        m.nav_vp = nullptr;
+        return -1;
+    }
+    QObject::connect(m.nav_vp, &QObject::destroyed, this, [this] {
+        KgrmapeventsItem& r = mapevents;
+        r.nav_vp = nullptr;
+        r.nav = nullptr;
+        r.layer_nav = nullptr;
+        r.pickern = nullptr;
+        r.ppsn = r.pppn = r.ppb = nullptr;
+    });
+    HX_SetName((prefix + "_layer").c_str(), "KGRLayer", m.layer_nav);
+    QObject::connect(m.layer_nav, &QObject::destroyed,
+                     [layer = m.layer_nav] { HX_UnsetObject(layer); });
+    const std::string definitions = mapevents_nav_definitions(prefix + "_coasts");
+    m.nav->configure("maplayer_definitions", definitions.c_str(), "maplayers",
+                     "maplayers &Tbl{\nnav_coasts\n}\n", kEnd);
+    const char* const box[] = {"outline_path", "#ff0000", "linewidth_path", "2", nullptr};
+    m.ppb = mapevents_make_polypoint(m.nav_vp, box);
+    if (m.ppb) {
+        m.ppb->setLayer(m.layer_nav);
+        m.ppb->stackUnder(m.layer_nav);
+    }
+    m.pickern->configure("crosshairs", "off", kEnd);
+    m.pickern->bind("mousePressEvent", mapevents_nav_callback, this);
+    m.pickern->raise();
+    resizeWatcher = new MapeventsResizeWatcher(this);
+    map.vp->installEventFilter(resizeWatcher);
+    m.nav_vp->hide();
+    refreshNavVisibility();
+    return 0;
+}
+
+bool KGRMapEvents::navShown() const
+{
+    return mapevents.nav_vp && !mapevents.nav_vp->isHidden();
+}
+
+// The navigation map in the lower left corner of the plot area.
+void KGRMapEvents::placeNav()
+{
+    KgrmapeventsItem& m = mapevents;
+    const KgrviewportItem& vp = map.vp->viewport;
+    const int h = map.vp->height();
+    const int y = h - vp.mbottom - kNavInset - kNavHeight;
+    m.nav_vp->setGeometry(vp.mleft + kNavInset, y < 0 ? 0 : y, kNavWidth, kNavHeight);
+}
+
+void KGRMapEvents::refreshNavVisibility()
+{
+    KgrmapeventsItem& m = mapevents;
+    if (!m.nav_vp || !map.vp)
+        return;
+    bool show = m.show_nav == KGRMAPEVENTS_NAV_ON;
+    if (m.show_nav == KGRMAPEVENTS_NAV_AUTO) {
+        const KgrviewportItem& vp = map.vp->viewport;
+        // The longitudes of the box the map showed at its last paint.
+        const double span = vp.bblonmax - vp.bblonmin;
+        show = vp.w > 0 && span > 0 && span < kNavAutoSpan;
+    }
+    placeNav();
+    if (show == navShown())
+        return;
+    m.nav_vp->setVisible(show);
+    if (show) {
+        m.nav_vp->raise();
+        const bool selected = m.display_mode == KGRMAPEVENTS_DISPLAY_EVENT;
+        if (m.ppsn)
+            m.ppsn->setVisible(selected);
+        if (m.pppn)
+            m.pppn->setVisible(selected);
+        refreshNav();
+    }
+}
+
+// The outline of what the map shows, on the navigation map.
+void KGRMapEvents::refreshNav()
+{
+    KgrmapeventsItem& m = mapevents;
+    if (!navShown() || !m.ppb || !map.vp)
+        return;
+    KGRPolypointPath* outline = map.vp->getWcoordsBB(64);
+    if (outline) {
+        m.ppb->configure("path", reinterpret_cast<char*>(outline), kEnd);
+        delete outline->path;
+        delete outline;
+    }
+    if (m.nav)
+        m.nav->setMaplayersStale();
+    if (m.layer_nav)
+        m.layer_nav->setStale();
+    m.nav_vp->update();
+}
+
+// Layers made after a picker lie over it and would take its input: the
+// event layers go over their items, the pickers over everything.
+void KGRMapEvents::raisePickers()
+{
+    KgrmapeventsItem& m = mapevents;
+    if (m.nav_vp && navShown())
+        m.nav_vp->raise();
+    if (m.layer_nav)
+        m.layer_nav->raise();
+    if (m.pickern)
+        m.pickern->raise();
+    raisePicker();
+    if (m.nav_vp && navShown())
+        m.nav_vp->raise();
+}
