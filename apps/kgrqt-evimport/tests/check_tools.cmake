@@ -1,5 +1,5 @@
 # Runs kgrqt-evimport and kgrqt-evfeed as a user would.
-# -DCASE=import|twice|malformed|feed -DIMPORT=... -DFEED=... -DSOURCE=... -DOUT=dir
+# -DCASE=import|twice|malformed|stations|feed|pace -DIMPORT=... -DFEED=... -DSOURCE=... -DOUT=dir
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
 set(db ${OUT}/events.db)
@@ -34,9 +34,50 @@ elseif(CASE STREQUAL "malformed")
   expect("${err}" "nothing imported")
   run(2 ${IMPORT} ${db} ${OUT}/missing.xml)
   expect("${err}" "cannot read")
+elseif(CASE STREQUAL "stations")
+  # The bundled list: 122 stations of II and IU, one epoch each; the count
+  # of its data lines is checked against the file itself.
+  set(gsn ${SOURCE}/data/stations-gsn.txt)
+  file(STRINGS ${gsn} lines REGEX "^(II|IU)\\|")
+  list(LENGTH lines n)
+  if(NOT n EQUAL 122)
+    message(FATAL_ERROR "${gsn}: ${n} station lines, expected 122")
+  endif()
+  run(0 ${IMPORT} ${db} ${gsn})
+  expect("${out}" "stations-gsn.txt: 122 station epochs read, 122 stations; added 122 stations, changed 0")
+  run(0 ${IMPORT} ${db} ${gsn})
+  expect("${out}" "added 0 stations, changed 0")
+  # Two epochs of a known station: the later position replaces its row, a
+  # second import changes nothing, the GSN list moves it back.
+  file(WRITE ${OUT}/epochs.txt "#Network | Station | Latitude | Longitude | Elevation | SiteName | StartTime | EndTime\n"
+    "IU|ANMO|34.9502|-106.4602|1839.0|Albuquerque, New Mexico, USA|2000-10-19T16:00:00|2002-11-19T21:07:00\n"
+    "IU|ANMO|34.94591|-106.4572|1820.0|Albuquerque, New Mexico, USA|2002-11-19T21:07:00|\n")
+  run(0 ${IMPORT} ${db} ${OUT}/epochs.txt)
+  expect("${out}" "2 station epochs read, 1 stations; added 0 stations, changed 1")
+  run(0 ${IMPORT} ${db} ${OUT}/epochs.txt ${gsn})
+  expect("${out}" "epochs.txt: 2 station epochs read, 1 stations; added 0 stations, changed 0")
+  expect("${out}" "stations-gsn.txt: 122 station epochs read, 122 stations; added 0 stations, changed 1")
+  # One bad line refuses the whole file, naming the line.
+  file(WRITE ${OUT}/bad.txt "#Network|Station|Latitude|Longitude|Elevation|SiteName|StartTime|EndTime\n"
+    "XX|NEW|1|2|3|ok|2020-01-01|\nXX|BAD|north|2|3|bad|2020-01-01|\n")
+  run(2 ${IMPORT} ${db} ${OUT}/bad.txt)
+  expect("${err}" "bad.txt: line 3: bad latitude 'north'")
+  expect("${err}" "nothing imported")
+  run(0 ${IMPORT} ${db} ${gsn})
+  expect("${out}" "added 0 stations, changed 0")
 elseif(CASE STREQUAL "feed")
   run(0 ${FEED} --speed 0 --limit 25 --stations 4 ${db} ${SOURCE}/data/earthquakes.txt)
+  expect("${out}" "kgrqt-evfeed: 122 stations from ")
   expect("${out}" "25 events replayed")
+  run(0 ${FEED} --speed 0 --limit 2 --quiet --station-file ${SOURCE}/data/stations-gsn.txt ${db}
+    ${SOURCE}/data/earthquakes.txt)
+  file(WRITE ${OUT}/bad.txt "#Network|Station|Latitude|Longitude|Elevation|SiteName|StartTime|EndTime\nXX|BAD|1\n")
+  run(2 ${FEED} --speed 0 --station-file ${OUT}/bad.txt ${db} ${SOURCE}/data/earthquakes.txt)
+  expect("${err}" "bad.txt: line 2: 3 fields, expected 8")
+  run(2 ${FEED} --speed 0 --station-file ${OUT}/missing.txt ${db} ${SOURCE}/data/earthquakes.txt)
+  expect("${err}" "cannot read")
+  run(2 ${FEED} --speed 0 ${db} ${SOURCE}/data/stations-gsn.txt)
+  expect("${err}" "is FDSN station text, not events")
   run(0 ${IMPORT} --migrate ${db})
   run(2 ${FEED} --speed fast ${db} ${SOURCE}/data/earthquakes.txt)
   expect("${err}" "--speed needs a number")

@@ -196,6 +196,33 @@ int HXEvdbWriter::site(const char* sta, const char* net, double lat, double lon,
     return q.numRowsAffected() > 0 ? 1 : 0;
 }
 
+int HXEvdbWriter::upsertSite(const char* sta, const char* net, double lat, double lon, double elev)
+{
+    // Looked up first, so that an unchanged row is not written at all (no
+    // update, no change counted) on either backend.
+    QSqlQuery& find = prepared("SELECT net, lat, lon, elev FROM site WHERE sta = ?");
+    find.bindValue(0, text(sta));
+    if (!find.exec())
+        return hxevdb_query_error("HXEvdbWriter::upsertSite", "select", find);
+    if (!find.next()) {
+        find.finish();
+        return site(sta, net, lat, lon, elev) < 0 ? -1 : 1;
+    }
+    bool same = find.value(0).toString() == text(net).toString() &&
+                find.value(1).toDouble() == lat && find.value(2).toDouble() == lon &&
+                find.value(3).toDouble() == elev;
+    find.finish();
+    if (same)
+        return 0;
+    QSqlQuery& q = prepared("UPDATE site SET net = ?, lat = ?, lon = ?, elev = ? WHERE sta = ?");
+    QVariant values[] = {text(net), lat, lon, elev, text(sta)};
+    for (int i = 0; i < 5; i++)
+        q.bindValue(i, values[i]);
+    if (!q.exec())
+        return hxevdb_query_error("HXEvdbWriter::upsertSite", "update", q);
+    return 2;
+}
+
 int HXEvdbWriter::setPreferred(long evid, long orid)
 {
     QSqlQuery& q = prepared("UPDATE event SET prefor = ? WHERE evid = ? "

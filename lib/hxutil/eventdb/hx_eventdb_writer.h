@@ -47,6 +47,10 @@ public:
     int assoc(long arid, long orid, const char* sta, const char* phase, double delta,
               double timeres, int defining);
     int site(const char* sta, const char* net, double lat, double lon, double elev);
+    // A site row made to hold these values: 1 when added, 2 when its
+    // network or position changed, 0 when it held them already, -1 on
+    // error. elev in km.
+    int upsertSite(const char* sta, const char* net, double lat, double lon, double elev);
 
     // Names origin orid as the preferred origin of event evid.
     int setPreferred(long evid, long orid);
