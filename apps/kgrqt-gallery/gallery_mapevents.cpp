@@ -200,16 +200,22 @@ KGRViewport* mapeventsLive(int w, int h)
     if (me->configure("maplayer_definitions", layers.c_str(), "maplayers", layers.c_str(), kEnd) <
             0 ||
         map_show_layers(me, {"coasts", "political"}) < 0 ||
-        map_show_box(vp, map_home_box(MapProjection::Edp, 40, 170, 360.0 / 110, w, h)) < 0) {
+        map_show_box(vp, map_home_box(MapProjection::Edp, 34, 160, 360.0 / 130, w, h)) < 0) {
         delete vp;
         return nullptr;
     }
+    // The map layers were made after the layers of the events: these go
+    // back on top, under the pickers.
+    for (KGRLayer* layer : {me->mapevents.layer_events, me->mapevents.layer_event})
+        if (layer)
+            layer->raise();
+    me->raisePickers();
     auto* graticule = new KGRGrid(vp);
     graticule->configure("fill", "#80405080", "visible_xsmall", "0", "visible_ysmall", "0", kEnd);
     // A larger ball; the navigation map always; one check of the database
     // and no timer.
-    if (me->configure("event_coding", "sz=34", "show_nav", "yes", "update_interval", "0", kEnd) <
-            0 ||
+    if (me->configure("event_coding", "sz=26,cl=constant,fi=white,fin=#c8102e,ot=black", "show_nav",
+                      "yes", "update_interval", "0", kEnd) < 0 ||
         me->setDatabase(const_cast<char*>(dbname.c_str())) < 0) {
         delete vp;
         return nullptr;
