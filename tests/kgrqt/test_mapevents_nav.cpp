@@ -11,6 +11,7 @@
 #include "render.h"
 
 #include <QApplication>
+#include <QGridLayout>
 #include <QMouseEvent>
 #include <QTemporaryDir>
 
@@ -228,7 +229,7 @@ TEST_F(MapEventsNavTest, ItShowsTheSelectedEventsStationsAndPaths)
     ASSERT_TRUE(me->navShown());
     ASSERT_NE(me->mapevents.ppsn, nullptr);
     EXPECT_EQ(me->mapevents.ppsn->polypoint.npts, 2);
-    EXPECT_TRUE(me->mapevents.ppsn->isVisible());
+    EXPECT_FALSE(me->mapevents.ppsn->isHidden());
     // Each station as a small yellow triangle at its place on the nav map.
     for (QPointF s : {QPointF(120, 50), QPointF(-60, -30)})
         EXPECT_GT(around(image, onNav(s.x(), s.y()), 2, yellowish), 0) << s.x() << " " << s.y();
@@ -247,7 +248,7 @@ TEST_F(MapEventsNavTest, ItShowsTheSelectedEventsStationsAndPaths)
     // Nothing selected: the stations and paths leave the nav map.
     me->hideEvent();
     image = render();
-    EXPECT_FALSE(me->mapevents.ppsn->isVisible());
+    EXPECT_TRUE(me->mapevents.ppsn->isHidden());
     EXPECT_EQ(around(image, onNav(-60, -30), 2, yellowish), 0);
     EXPECT_EQ(around(image, onNav(midLon, midLat), 2, reddish), 0);
 }
