@@ -350,6 +350,8 @@ const std::vector<GalleryScene>& gallery_scenes()
         std::vector<GalleryScene> v = scenes;
         for (const GalleryScene& s : gallery_beachball_scenes())
             v.push_back(s);
+        for (const GalleryScene& s : gallery_mapevents_scenes())
+            v.push_back(s);
         return v;
     }();
     return all;

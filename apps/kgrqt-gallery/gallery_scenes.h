@@ -26,6 +26,10 @@ const std::vector<GalleryScene>& gallery_scenes();
 // The focal-mechanism scenes (gallery_beachballs.cpp), part of the above.
 std::vector<GalleryScene> gallery_beachball_scenes();
 
+// The map of events over a scratch event database (gallery_mapevents.cpp),
+// part of the above.
+std::vector<GalleryScene> gallery_mapevents_scenes();
+
 // The scene rendered off screen.
 QImage gallery_render(const GalleryScene& scene);
 

@@ -1,6 +1,8 @@
 // Writes the gallery: one PNG picture per scene into a directory.
 //
-//   kgrqt-gallery [DIRECTORY]      (docs/gallery by default)
+//   kgrqt-gallery [DIRECTORY [SCENE ...]]   (docs/gallery, every scene by default)
+//
+// Naming scenes (file names without ".png") renders only those.
 #include "gallery_scenes.h"
 #include "map_options.h"
 
@@ -12,6 +14,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 int main(int argc, char** argv)
 {
@@ -31,8 +34,24 @@ int main(int argc, char** argv)
                 "kgrqt-gallery: no map data in %s; the maps are left out "
                 "(tools/install-mapdata.sh builds it)\n",
                 map_default_mapdata().c_str());
+    // The scenes named on the command line, or all.
+    auto wanted = [argc, argv](const char* name) {
+        for (int i = 2; i < argc; ++i)
+            if (!strcmp(argv[i], name))
+                return true;
+        return argc <= 2;
+    };
+    for (int i = 2; i < argc; ++i) {
+        bool known = false;
+        for (const GalleryScene& scene : gallery_scenes())
+            known = known || !strcmp(scene.name, argv[i]);
+        if (!known) {
+            fprintf(stderr, "kgrqt-gallery: no scene '%s'\n", argv[i]);
+            return 2;
+        }
+    }
     for (const GalleryScene& scene : gallery_scenes()) {
-        if (scene.mapdata && !mapdata)
+        if (!wanted(scene.name) || (scene.mapdata && !mapdata))
             continue;
         const QString path = directory + "/" + scene.name + ".png";
         QImage image = gallery_render(scene);

@@ -5,17 +5,22 @@
 #include "map_options.h"
 #include "register.h"
 
+#include "hx_eventview.h"
 #include "kgrqt.h"
 
 #include <QImage>
+#include <QLayout>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -176,4 +181,85 @@ TEST(GalleryScenes, MapsShowTheirPlaces)
     QImage relief = rendered("map-relief");
     const QRgb tibet = relief.pixel(240, 160);
     EXPECT_GT(qRed(tibet), qBlue(tibet) + 40);
+}
+
+// The live map of events: the selected origin's beach ball in both its
+// fill colours about the origin, the red path to a station, and the
+// navigation map in the lower left corner.
+TEST(GalleryScenes, LiveMapOfEventsShowsTheSelectedEvent)
+{
+    if (!map_mapdata_complete(map_default_mapdata()))
+        GTEST_SKIP() << "no map data in " << map_default_mapdata();
+    hx_clear_register(0);
+    const GalleryScene& s = scene("mapevents-live");
+    std::unique_ptr<KGRViewport> vp(s.build(s.width, s.height));
+    ASSERT_NE(vp, nullptr) << takeRegister();
+    vp->layout->activate();
+    const QImage image = vp->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    auto* me = vp->findChild<KGRMapEvents*>();
+    ASSERT_NE(me, nullptr);
+    KgrmapeventsItem& m = me->mapevents;
+    ASSERT_EQ(m.display_mode, KGRMAPEVENTS_DISPLAY_EVENT);
+    ASSERT_NE(m.event, nullptr);
+    const HXEVOrigin* origin = m.event->preferred;
+    ASSERT_NE(origin, nullptr);
+    EXPECT_NEAR(origin->lat, 38.297, 1e-6); // Tohoku, from quakes-mt.xml
+    EXPECT_NEAR(origin->time, std_now() - 600, 300);
+    auto pixel = [&](double lon, double lat) {
+        double px = 0, py = 0;
+        EXPECT_GE(vp->pcoords(lon, lat, &px, &py, 0), 0);
+        return QPoint(int(std::lround(px)), int(std::lround(py)));
+    };
+    auto near = [](QRgb a, QRgb b) {
+        return std::abs(qRed(a) - qRed(b)) <= 2 && std::abs(qGreen(a) - qGreen(b)) <= 2 &&
+               std::abs(qBlue(a) - qBlue(b)) <= 2;
+    };
+    auto around = [&](QPoint at, int radius, auto test) {
+        int n = 0;
+        for (int dy = -radius; dy <= radius; ++dy)
+            for (int dx = -radius; dx <= radius; ++dx)
+                n += image.valid(at + QPoint(dx, dy)) && test(image.pixel(at + QPoint(dx, dy)));
+        return n;
+    };
+    // The ball: its two fills (light and darker blue of a 29 km depth),
+    // each over a good part of the disc about the origin.
+    ASSERT_NE(m.ppo, nullptr);
+    const KgrpolypointPoint& ball = m.ppo->polypoint.point[0];
+    EXPECT_EQ(ball.symbol, KGR_SYMBOL_BEACHBALL);
+    ASSERT_TRUE(ball.fill.color && ball.fill_nodes.color);
+    const QRgb fill = ball.fill.color->rgb(), nodes = ball.fill_nodes.color->rgb();
+    EXPECT_FALSE(near(fill, nodes));
+    const QPoint at = pixel(origin->lon, origin->lat);
+    EXPECT_GT(around(at, 16, [&](QRgb p) { return near(p, fill); }), 60) << std::hex << fill;
+    EXPECT_GT(around(at, 16, [&](QRgb p) { return near(p, nodes); }), 60) << std::hex << nodes;
+    // Stations: four defining, two associated, two detected only; the path
+    // to the one on Oahu red half way along the great circle.
+    ASSERT_NE(m.pps, nullptr);
+    EXPECT_EQ(m.pps->polypoint.npts, 8);
+    const double r = M_PI / 180;
+    auto unit = [r](double lat, double lon) {
+        return std::vector<double>{std::cos(lat * r) * std::cos(lon * r),
+                                   std::cos(lat * r) * std::sin(lon * r), std::sin(lat * r)};
+    };
+    const std::vector<double> a = unit(origin->lat, origin->lon), b = unit(21.5, -158);
+    const double mx = a[0] + b[0], my = a[1] + b[1], mz = a[2] + b[2];
+    const QPoint half = pixel(std::atan2(my, mx) / r, std::atan2(mz, std::hypot(mx, my)) / r);
+    EXPECT_GT(around(half, 2,
+                     [](QRgb p) {
+                         return qRed(p) > 180 && qGreen(p) < 150 && qBlue(p) < 170 &&
+                                qRed(p) > qBlue(p) + 40;
+                     }),
+              0)
+        << half.x() << " " << half.y();
+    // The navigation map, 240 x 120 in the lower left corner, with the red
+    // outline of the view.
+    EXPECT_TRUE(me->navShown());
+    const QRect nav(10, s.height - 130, 240, 120);
+    EXPECT_EQ(m.nav_vp->geometry(), nav);
+    int outline = 0;
+    for (int y = nav.top(); y <= nav.bottom(); ++y)
+        for (int x = nav.left(); x <= nav.right(); ++x)
+            outline += image.pixel(x, y) == qRgb(255, 0, 0);
+    EXPECT_GT(outline, 50);
+    EXPECT_EQ(takeRegister(), "");
 }
