@@ -14,6 +14,7 @@ packages=(
   fonts-dejavu-core
   zlib1g-dev libgdal-dev
   gmt gmt-gshhg-low marble-qt-data ferret-datasets
+  proj-bin
 )
 
 missing=()
