@@ -1,10 +1,12 @@
 // The event view on a large database: 100,000 events with 1,000,000
 // detections over 100 days. Reading every event, one day of detections, a
-// poll with no change, and importing 100,000 QuakeML events. SQLite always;
+// poll with no change, the refreshes that follow one new event and one new
+// detection, and importing 100,000 QuakeML events. SQLite always;
 // PostgreSQL too when KGRQT_PG_URI names a database (which is emptied).
 //
 // The SQLite database is built once into bench-eventdb.db in the working
-// directory and reused.
+// directory and reused (brought to the current schema first); what the
+// benchmarks add to it they delete again.
 #include "hx_catalog.h"
 #include "hx_error.h"
 #include "hx_eventdb.h"
@@ -18,6 +20,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -85,6 +88,25 @@ bool populate(const std::string& name)
     return ok;
 }
 
+// Brings a database built by an older version forward.
+bool migrate(const std::string& name)
+{
+    QString conn;
+    if (hxevdb_open(name.c_str(), HXEVDB_WRITER, 5000, &conn) < 0) {
+        hx_clear_register(1);
+        return false;
+    }
+    bool ok;
+    {
+        QSqlDatabase db = QSqlDatabase::database(conn);
+        ok = hxevdb_migrate(db) >= 0;
+    }
+    hxevdb_close(conn);
+    if (!ok)
+        hx_clear_register(1);
+    return ok;
+}
+
 std::string pgName()
 {
     const char* uri = getenv("KGRQT_PG_URI");
@@ -100,7 +122,7 @@ const std::string* database(int backend)
         tried[backend] = true;
         std::string name = backend == 0 ? sqliteName() : pgName();
         bool present = backend == 0 && QFile::exists("bench-eventdb.db");
-        if (!name.empty() && (present || populate(name)))
+        if (!name.empty() && (present ? migrate(name) : populate(name)))
             names[backend] = name;
     }
     return names[backend].empty() ? nullptr : &names[backend];
@@ -136,16 +158,151 @@ void BM_RefreshEventsEverything(benchmark::State& state)
     state.counters["events"] = maxtbl(events);
 }
 
+// A writer on the benchmark database, for the benchmarks that add rows; it
+// deletes what it added when it goes.
+class BenchWriter {
+public:
+    explicit BenchWriter(const std::string& name)
+    {
+        if (hxevdb_open(name.c_str(), HXEVDB_WRITER, 5000, &conn_) < 0) {
+            hx_clear_register(1);
+            return;
+        }
+        w_.reset(new HXEvdbWriter(conn_));
+    }
+    ~BenchWriter()
+    {
+        if (!w_)
+            return;
+        {
+            QSqlQuery q(w_->db());
+            q.exec("DELETE FROM origin WHERE auth = 'bench-new'");
+            q.exec("DELETE FROM event WHERE auth = 'bench-new'");
+            q.exec("DELETE FROM detection WHERE state = 'bench-new'");
+            w_->pruneChangelog(1000);
+            q.finish();
+        }
+        w_.reset();
+        hxevdb_close(conn_);
+    }
+    bool ok() const { return w_ != nullptr; }
+
+    // One event with its preferred origin at time t, in one transaction.
+    bool addEvent(double t)
+    {
+        HXEVOrigin o{};
+        bool ok = w_->begin() == 0;
+        o.evid = ok ? w_->event(nullptr, "new", "bench-new") : -1;
+        o.time = t;
+        o.lat = 12.5;
+        o.lon = -45.25;
+        o.depth = 10;
+        o.ml = 3.1;
+        o.mb = o.ms = o.mw = -999;
+        strcpy(o.auth, "bench-new");
+        long orid = o.evid > 0 ? w_->origin(nullptr, o) : -1;
+        ok = orid > 0 && w_->setPreferred(o.evid, orid) == 0 && w_->commit() == 0;
+        if (!ok)
+            hx_clear_register(1);
+        return ok;
+    }
+
+    // One detection at time t.
+    bool addDetection(double t)
+    {
+        HXEVDetectionStachan d{};
+        strcpy(d.sta, "S007");
+        strcpy(d.phase, "P");
+        strcpy(d.state, "bench-new");
+        d.time = t;
+        bool ok = w_->detection(nullptr, d) > 0;
+        if (!ok)
+            hx_clear_register(1);
+        return ok;
+    }
+
+private:
+    QString conn_;
+    std::unique_ptr<HXEvdbWriter> w_;
+};
+
+// Refreshes after one new event: the view had read every event before.
+void BM_RefreshEventsOneNew(benchmark::State& state)
+{
+    auto view = openView(state);
+    if (!view)
+        return;
+    BenchWriter writer(*database(state.range(0)));
+    Tbl* events = nullptr;
+    if (!writer.ok() || view->refreshEvents(&events) < 0) {
+        hx_clear_register(1);
+        state.SkipWithError("cannot write or read the database");
+        return;
+    }
+    int expect = maxtbl(events);
+    for (auto _ : state) {
+        state.PauseTiming();
+        if (!writer.addEvent(T0 + SPAN + expect)) {
+            state.SkipWithError("cannot add an event");
+            break;
+        }
+        expect++;
+        state.ResumeTiming();
+        if (view->refreshEvents(&events) < 0 || maxtbl(events) != expect) {
+            hx_clear_register(1);
+            state.SkipWithError("refreshEvents failed");
+            break;
+        }
+    }
+    state.counters["events"] = maxtbl(events);
+}
+
+// Every detection of one day, read afresh: two days far apart in turn, so
+// that nothing of the last table can be kept.
 void BM_RefreshDetectionsOneDay(benchmark::State& state)
 {
     auto view = openView(state);
     if (!view)
         return;
     Tbl* dets = nullptr;
-    double t = T0 + 50 * 86400.0;
-    for (auto _ : state)
+    long n = 0;
+    for (auto _ : state) {
+        double t = T0 + (n++ % 2 ? 60 : 50) * 86400.0;
         if (view->refreshDetections(t, t + 86400, &dets) < 0)
             state.SkipWithError("refreshDetections failed");
+    }
+    state.counters["detections"] = maxtbl(dets);
+}
+
+// The map's poll of the last day of detections after one new detection:
+// the day moves on by a second and the detection arrives at its end.
+void BM_RefreshDetectionsOneNew(benchmark::State& state)
+{
+    auto view = openView(state);
+    if (!view)
+        return;
+    BenchWriter writer(*database(state.range(0)));
+    Tbl* dets = nullptr;
+    double t = T0 + 50 * 86400.0;
+    if (!writer.ok() || view->refreshDetections(t, t + 86400, &dets) < 0) {
+        hx_clear_register(1);
+        state.SkipWithError("cannot write or read the database");
+        return;
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        t += 1;
+        if (!writer.addDetection(t + 86400 - 0.5)) {
+            state.SkipWithError("cannot add a detection");
+            break;
+        }
+        state.ResumeTiming();
+        if (view->refreshDetections(t, t + 86400, &dets) < 0) {
+            hx_clear_register(1);
+            state.SkipWithError("refreshDetections failed");
+            break;
+        }
+    }
     state.counters["detections"] = maxtbl(dets);
 }
 
@@ -234,7 +391,9 @@ void backends(benchmark::internal::Benchmark* b)
 }
 
 BENCHMARK(BM_RefreshEventsEverything)->Apply(backends)->MinTime(2);
+BENCHMARK(BM_RefreshEventsOneNew)->Apply(backends);
 BENCHMARK(BM_RefreshDetectionsOneDay)->Apply(backends);
+BENCHMARK(BM_RefreshDetectionsOneNew)->Apply(backends);
 BENCHMARK(BM_PollNoChange)->ArgName("postgresql")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ImportQuakeml)->Apply(backends)->Iterations(1);
 

@@ -215,12 +215,15 @@ TEST_F(EventViewReliability, SchemaChangeIsCode3)
     ASSERT_EQ(view->reset(), 0);
     {
         TestDb writer(path);
-        ASSERT_TRUE(writer.exec("UPDATE hx_schema SET version = 3"));
+        ASSERT_TRUE(writer.exec(
+            ("UPDATE hx_schema SET version = " + std::to_string(HXEVDB_SCHEMA_VERSION + 1))
+                .c_str()));
     }
     expectAllReset(view->checkChanges(&changes));
     takeRegister();
     EXPECT_EQ(view->reset(), -1);
-    EXPECT_NE(takeRegister().find("schema version 3"), std::string::npos);
+    EXPECT_NE(takeRegister().find("schema version " + std::to_string(HXEVDB_SCHEMA_VERSION + 1)),
+              std::string::npos);
 }
 
 TEST_F(EventViewReliability, OptionsComeFromAParameterObject)

@@ -219,7 +219,8 @@ int hxevdb_migrate(QSqlDatabase& db)
                           start, HXEVDB_SCHEMA_VERSION);
         return -1;
     }
-    static const char* const scripts[] = {"001_initial.sql", "002_review.sql"};
+    static const char* const scripts[] = {"001_initial.sql", "002_review.sql",
+                                          "003_changelog_rows.sql"};
     static_assert(sizeof scripts / sizeof *scripts == HXEVDB_SCHEMA_VERSION,
                   "one script per schema version");
     QString dir =

@@ -14,7 +14,7 @@ class QSqlDatabase;
 class QSqlQuery;
 
 // The schema version that this library reads and writes.
-enum { HXEVDB_SCHEMA_VERSION = 2 };
+enum { HXEVDB_SCHEMA_VERSION = 3 };
 
 enum { HXEVDB_SQLITE = 1, HXEVDB_POSTGRESQL = 2 };
 

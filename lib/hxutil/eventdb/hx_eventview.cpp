@@ -109,8 +109,7 @@ int HXEventView::reset()
     d->closeDatabase();
     if (d->openDatabase("HXEventView::reset") < 0)
         return -1;
-    d->last_seq = -1;
-    d->seen_seqs.clear();
+    d->forgetChanges();
     return 0;
 }
 

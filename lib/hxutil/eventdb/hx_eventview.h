@@ -87,7 +87,7 @@ enum { HXEV_NTABLES = 7 };
 struct HxeventviewItem {
     char* dbname;
     int busy_timeout; // ms a read waits for a writer's lock
-    int full_refresh; // changed events beyond which a refresh reads everything
+    int full_refresh; // changed rows of a kind beyond which a refresh reads them all
     int debug;
     void* self; // the view, for option parsers
 };
@@ -108,8 +108,10 @@ public:
 
     // The detections associated with origin into origin->detections.
     int refreshDetections(HXEVOrigin* origin);
-    // The detections with tstart <= time <= tend, in time order, into the
-    // view's table *detections.
+    // The detections with tstart <= time <= tend, in time order (then by
+    // arid), into the view's table *detections. Keeps the window between
+    // calls and reads only the detections that changed since the last call
+    // and the parts of a moved window not read before, when it can.
     int refreshDetections(double tstart, double tend, Tbl** detections);
 
     // Every origin of event into event->origins, and the associations of its

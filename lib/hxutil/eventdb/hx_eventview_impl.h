@@ -4,14 +4,16 @@
 
 #include "hx_eventview.h"
 
-#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
+#include <QVariant>
 
 #include <map>
 #include <memory>
+#include <set>
 #include <sys/types.h>
+#include <unordered_map>
 #include <vector>
 
 struct pg_conn;
@@ -54,14 +56,37 @@ struct HXEventView::Impl : HXDbSource {
     double next_reconnect = 0;
     std::unique_ptr<QSqlQuery> q_data_version, q_counters, q_cookie;
 
-    // Records.
-    std::map<long, HXEVEvent*> events; // by evid
+    // Records. Events in evid order, each with the orid of the origin it
+    // shows (its prefor, else its preferred origin) in orid_refs, so that a
+    // change of that origin or of its moment tensor refreshes it.
+    struct EventSlot {
+        long evid; // beside the record: a merge need not visit every record
+        HXEVEvent* event;
+    };
+    std::vector<EventSlot> events;
+    std::unordered_multimap<long, long> orid_refs; // orid -> evid
     Tbl* events_tbl = nullptr;
+    // The detections of the last time window read, in (time, arid) order.
+    std::vector<HXEVDetectionStachan*> window;
+    double window_start = 0, window_end = -1;
     Tbl* detections_tbl = nullptr;
     std::vector<HXEVMtRow> mts;
     std::map<long, int> mt_index; // mtid -> index in mts
-    long long last_seq = -1;      // last change-log entry read; -1: read everything
-    QSet<long long> seen_seqs;    // entries read inside the PostgreSQL window
+
+    // Following the change log (hx_eventview_changelog.cpp). Each refresh
+    // reads the entries added since the last read of either kind and notes
+    // what they name; each kind then reads what was noted for it.
+    long long last_seq = -1;  // last change-log entry read; -1: read everything
+    std::set<long long> gaps; // PostgreSQL: numbers not yet seen below last_seq
+    bool events_all = true;   // the next refreshEvents reads every event
+    bool window_all = true;   // the next window refresh reads it whole
+    std::set<long> changed_evids, changed_orids, changed_arids;
+
+    int beginRead(QSqlDatabase& database);
+    int followChangelog(const char* func);
+    void noteChange(const QString& tbl, const QVariant& evid, const QVariant& orid,
+                    const QVariant& arid);
+    void forgetChanges();
 
     int openDatabase(const char* func);
     void closeDatabase();
@@ -77,10 +102,13 @@ struct HXEventView::Impl : HXDbSource {
     int notOpen(const char* func);
 
     // Records (hx_eventview_records.cpp).
-    int readEvents(bool everything, const QSet<long>& evids);
-    void upsertEvent(QSqlQuery& q);
-    void removeEvent(long evid);
+    int readAllEvents(const char* func);
+    int readSomeEvents(const char* func, const std::set<long>& evids);
+    HXEVEvent* upsertEvent(QSqlQuery& q, HXEVEvent* e);
+    void dropEvent(HXEVEvent* e);
     void rebuildEventsTable();
+    int readWindow(const char* func, double tstart, double tend);
+    void rebuildWindowTable();
     Dbptr cacheMt(QSqlQuery& q, int col);
     void freeRecords();
 

@@ -8,8 +8,10 @@
 #include <QSqlError>
 #include <QVariant>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -163,18 +165,42 @@ Dbptr HXEventView::Impl::cacheMt(QSqlQuery& q, int c)
     return Dbptr{dbindex, HXEV_TABLE_MT, HX_DB_INVALID, index};
 }
 
-void HXEventView::Impl::upsertEvent(QSqlQuery& q)
+namespace {
+
+// The orid of the origin an event shows: its prefor, else the origin read
+// as preferred; -1 when neither.
+long refOrid(const HXEVEvent* e)
 {
-    long evid = q.value(0).toLongLong();
-    HXEVEvent*& e = events[evid];
-    if (!e) {
-        e = (HXEVEvent*)calloc(1, sizeof(HXEVEvent));
-        if (!e) {
-            events.erase(evid);
-            return;
-        }
-    }
-    e->evid = evid;
+    return e->prefor >= 0 ? e->prefor : e->preferred ? e->preferred->orid : -1;
+}
+
+bool detectionLess(const HXEVDetectionStachan* a, const HXEVDetectionStachan* b)
+{
+    return a->time < b->time || (a->time == b->time && a->arid < b->arid);
+}
+
+// Whole numbers for an IN list (they come from the database or the log,
+// never from text).
+template <typename It> QString numberList(It begin, It end)
+{
+    QStringList numbers;
+    for (It it = begin; it != end; ++it)
+        numbers << QString::number(*it);
+    return numbers.join(',');
+}
+
+// Rows named by an IN list are read this many at a time.
+const int IN_LIST_MAX = 500;
+
+} // namespace
+
+HXEVEvent* HXEventView::Impl::upsertEvent(QSqlQuery& q, HXEVEvent* e)
+{
+    long old_ref = e ? refOrid(e) : -1;
+    bool is_new = !e;
+    if (is_new && !(e = (HXEVEvent*)calloc(1, sizeof(HXEVEvent))))
+        return nullptr;
+    e->evid = q.value(0).toLongLong();
     e->prefor = q.value(1).isNull() ? -1 : q.value(1).toLongLong();
     hxev_copy_text(e->evname, sizeof e->evname, q.value(2));
     hxev_copy_text(e->auth, sizeof e->auth, q.value(3));
@@ -182,27 +208,46 @@ void HXEventView::Impl::upsertEvent(QSqlQuery& q)
     if (q.value(oc).isNull()) {
         hxev_free_origin(e->preferred);
         e->preferred = nullptr;
-        return;
+    } else {
+        long orid = q.value(oc).toLongLong();
+        if (e->preferred && e->preferred->orid != orid) {
+            // Another origin became preferred: what was read for the old one goes.
+            hxev_free_origin(e->preferred);
+            e->preferred = nullptr;
+        }
+        if (!e->preferred)
+            e->preferred = (HXEVOrigin*)calloc(1, sizeof(HXEVOrigin));
+        if (e->preferred) {
+            hxev_read_origin(q, oc, e->preferred);
+            e->preferred->mt = cacheMt(q, oc + ORIGIN_NCOLUMNS);
+        }
     }
-    long orid = q.value(oc).toLongLong();
-    if (e->preferred && e->preferred->orid != orid) {
-        // Another origin became preferred: what was read for the old one goes.
-        hxev_free_origin(e->preferred);
-        e->preferred = nullptr;
+    long ref = refOrid(e);
+    if (is_new || ref != old_ref) {
+        if (!is_new && old_ref >= 0) {
+            auto range = orid_refs.equal_range(old_ref);
+            for (auto it = range.first; it != range.second; ++it)
+                if (it->second == e->evid) {
+                    orid_refs.erase(it);
+                    break;
+                }
+        }
+        if (ref >= 0)
+            orid_refs.emplace(ref, e->evid);
     }
-    if (!e->preferred && !(e->preferred = (HXEVOrigin*)calloc(1, sizeof(HXEVOrigin))))
-        return;
-    hxev_read_origin(q, oc, e->preferred);
-    e->preferred->mt = cacheMt(q, oc + ORIGIN_NCOLUMNS);
+    return e;
 }
 
-void HXEventView::Impl::removeEvent(long evid)
+void HXEventView::Impl::dropEvent(HXEVEvent* e)
 {
-    auto it = events.find(evid);
-    if (it == events.end())
-        return;
-    hxev_free_event(it->second);
-    events.erase(it);
+    long ref = refOrid(e);
+    auto range = orid_refs.equal_range(ref);
+    for (auto it = range.first; it != range.second; ++it)
+        if (it->second == e->evid) {
+            orid_refs.erase(it);
+            break;
+        }
+    hxev_free_event(e);
 }
 
 void HXEventView::Impl::rebuildEventsTable()
@@ -210,60 +255,123 @@ void HXEventView::Impl::rebuildEventsTable()
     Tbl* t = newtbl((int)events.size());
     if (!t)
         return;
-    for (auto& kv : events)
-        settbl(t, -1, kv.second);
+    for (const EventSlot& slot : events)
+        settbl(t, -1, slot.event);
     freetbl(events_tbl, nullptr);
     events_tbl = t;
 }
 
-int HXEventView::Impl::readEvents(bool everything, const QSet<long>& evids)
+int HXEventView::Impl::readAllEvents(const char* func)
 {
-    const char* func = "HXEventView::refreshEvents";
     QSqlQuery q(db());
     q.setForwardOnly(true);
-    if (everything) {
-        if (!q.prepare(EVENT_SELECT) || run(q, func, "events") < 0)
-            return -1;
-        std::map<long, bool> present;
-        while (q.next()) {
-            present[q.value(0).toLongLong()] = true;
-            upsertEvent(q);
-        }
-        if (q.lastError().isValid())
-            return hxevdb_query_error(func, "events", q);
-        for (auto it = events.begin(); it != events.end();) {
-            if (present.count(it->first)) {
-                ++it;
-                continue;
-            }
-            hxev_free_event(it->second);
-            it = events.erase(it);
-        }
-        return 0;
+    if (!q.prepare(QString(EVENT_SELECT) + "ORDER BY e.evid") || run(q, func, "events") < 0)
+        return -1;
+    // Merged with the records held, which stay where the event still is.
+    std::vector<EventSlot> next, gone;
+    next.reserve(events.size());
+    size_t i = 0;
+    while (q.next()) {
+        long evid = q.value(0).toLongLong();
+        for (; i < events.size() && events[i].evid < evid; i++)
+            gone.push_back(events[i]);
+        HXEVEvent* e = i < events.size() && events[i].evid == evid ? events[i++].event : nullptr;
+        if (HXEVEvent* u = upsertEvent(q, e))
+            next.push_back(EventSlot{evid, u});
     }
-    if (!q.prepare(QString(EVENT_SELECT) + "WHERE e.evid = ?"))
-        return hxevdb_query_error(func, "prepare", q);
-    for (long evid : evids) {
-        q.bindValue(0, (qlonglong)evid);
-        if (run(q, func, "event") < 0)
-            return -1;
-        if (q.next())
-            upsertEvent(q);
-        else
-            removeEvent(evid);
-        q.finish();
+    if (q.lastError().isValid()) {
+        // Keep every record: those not reached yet and those found gone.
+        next.insert(next.end(), gone.begin(), gone.end());
+        next.insert(next.end(), events.begin() + i, events.end());
+        std::sort(next.begin(), next.end(),
+                  [](const EventSlot& a, const EventSlot& b) { return a.evid < b.evid; });
+        events.swap(next);
+        return hxevdb_query_error(func, "events", q);
     }
+    gone.insert(gone.end(), events.begin() + i, events.end());
+    for (const EventSlot& slot : gone)
+        dropEvent(slot.event);
+    events.swap(next);
     return 0;
+}
+
+int HXEventView::Impl::readSomeEvents(const char* func, const std::set<long>& evids)
+{
+    QSqlQuery q(db());
+    q.setForwardOnly(true);
+    std::vector<EventSlot> added;
+    std::set<long> gone(evids);
+    int status = 0;
+    for (auto chunk = evids.begin(); chunk != evids.end();) {
+        auto end = chunk;
+        for (int n = 0; end != evids.end() && n < IN_LIST_MAX; n++)
+            ++end;
+        q.prepare(QString(EVENT_SELECT) + "WHERE e.evid IN (" + numberList(chunk, end) + ")");
+        if (run(q, func, "events") < 0) {
+            status = -1;
+            break;
+        }
+        while (q.next()) {
+            long evid = q.value(0).toLongLong();
+            gone.erase(evid);
+            auto it =
+                std::lower_bound(events.begin(), events.end(), evid,
+                                 [](const EventSlot& slot, long evid) { return slot.evid < evid; });
+            if (it != events.end() && it->evid == evid)
+                upsertEvent(q, it->event);
+            else if (HXEVEvent* e = upsertEvent(q, nullptr))
+                added.push_back(EventSlot{evid, e});
+        }
+        if (q.lastError().isValid()) {
+            status = hxevdb_query_error(func, "events", q);
+            break;
+        }
+        q.finish();
+        chunk = end;
+    }
+    if (status < 0)
+        gone.clear(); // not known: kept until the read is done again
+    if (added.empty() && gone.empty())
+        return status;
+    std::sort(added.begin(), added.end(),
+              [](const EventSlot& a, const EventSlot& b) { return a.evid < b.evid; });
+    if (gone.empty() && (events.empty() || added.front().evid > events.back().evid)) {
+        // New events, the newest of all.
+        events.insert(events.end(), added.begin(), added.end());
+        return status;
+    }
+    // One merge for every event added or deleted.
+    std::vector<EventSlot> next;
+    next.reserve(events.size() + added.size());
+    auto a = added.begin();
+    auto g = gone.begin();
+    for (const EventSlot& slot : events) {
+        for (; a != added.end() && a->evid < slot.evid; ++a)
+            next.push_back(*a);
+        for (; g != gone.end() && *g < slot.evid; ++g) {
+        }
+        if (g != gone.end() && *g == slot.evid)
+            dropEvent(slot.event);
+        else
+            next.push_back(slot);
+    }
+    next.insert(next.end(), a, added.end());
+    events.swap(next);
+    return status;
 }
 
 void HXEventView::Impl::freeRecords()
 {
-    for (auto& kv : events)
-        hxev_free_event(kv.second);
+    for (const EventSlot& slot : events)
+        hxev_free_event(slot.event);
     events.clear();
+    orid_refs.clear();
     freetbl(events_tbl, nullptr);
     events_tbl = nullptr;
-    freetbl(detections_tbl, free);
+    for (HXEVDetectionStachan* det : window)
+        free(det);
+    window.clear();
+    freetbl(detections_tbl, nullptr);
     detections_tbl = nullptr;
     mts.clear();
     mt_index.clear();
@@ -310,65 +418,157 @@ int HXEventView::refreshEvents(Tbl** events)
     if (!d->open)
         return d->notOpen(func);
     QSqlDatabase database = d->db();
-    // One read transaction: the change log and the rows it names agree.
-    database.transaction();
-    QSqlQuery q(database);
-    q.setForwardOnly(true);
-    if (!q.exec("SELECT min(seq), max(seq) FROM hx_changelog") || !q.next()) {
+    d->beginRead(database);
+    if (d->followChangelog(func) < 0) {
         database.rollback();
-        return hxevdb_query_error(func, "change log", q);
-    }
-    long long lo = q.value(0).isNull() ? 0 : q.value(0).toLongLong();
-    long long hi = q.value(1).isNull() ? 0 : q.value(1).toLongLong();
-    q.finish();
-    // PostgreSQL assigns log numbers before commit, so a late commit may
-    // land below the last number read: look back over a window, skipping
-    // entries already seen.
-    const long long window = d->kind == HXEVDB_POSTGRESQL ? 2000 : 0;
-    bool everything = d->last_seq < 0 || hi < d->last_seq || lo > d->last_seq + 1;
-    QSet<long> evids;
-    if (!everything) {
-        q.prepare("SELECT seq, evid FROM hx_changelog WHERE seq > ? ORDER BY seq");
-        q.bindValue(0, d->last_seq - window);
-        if (!q.exec()) {
-            database.rollback();
-            return hxevdb_query_error(func, "change log", q);
-        }
-        while (q.next()) {
-            long long seq = q.value(0).toLongLong();
-            if (seq <= d->last_seq && d->seen_seqs.contains(seq))
-                continue;
-            if (window)
-                d->seen_seqs.insert(seq);
-            if (!q.value(1).isNull())
-                evids.insert((long)q.value(1).toLongLong());
-        }
-        q.finish();
-        everything = evids.size() > eventview.full_refresh;
-    }
-    if (d->readEvents(everything, evids) < 0) {
-        database.rollback();
-        d->rebuildEventsTable();
-        *events = d->events_tbl;
         return -1;
     }
-    database.commit();
-    if (everything)
-        d->seen_seqs.clear();
-    for (auto it = d->seen_seqs.begin(); it != d->seen_seqs.end();) {
-        if (*it <= hi - window)
-            it = d->seen_seqs.erase(it);
-        else
-            ++it;
+    bool everything = d->events_all;
+    std::set<long> evids;
+    if (!everything) {
+        evids.swap(d->changed_evids);
+        // The events that show a changed origin, whichever event it is of.
+        for (long orid : d->changed_orids) {
+            auto range = d->orid_refs.equal_range(orid);
+            for (auto it = range.first; it != range.second; ++it)
+                evids.insert(it->second);
+        }
+        d->changed_orids.clear();
     }
-    d->last_seq = hi > d->last_seq || everything ? hi : d->last_seq;
-    if (!everything && evids.isEmpty() && d->events_tbl) {
-        *events = d->events_tbl;
+    int status = 0;
+    if (everything)
+        status = d->readAllEvents(func);
+    else if (!evids.empty())
+        status = d->readSomeEvents(func, evids);
+    database.commit();
+    if (status < 0) {
+        // What was noted is read again next time.
+        if (everything)
+            d->events_all = true;
+        else
+            d->changed_evids.insert(evids.begin(), evids.end());
+    } else {
+        d->events_all = false;
+    }
+    if (everything || !evids.empty())
+        d->rebuildEventsTable();
+    *events = d->events_tbl;
+    return status;
+}
+
+void HXEventView::Impl::rebuildWindowTable()
+{
+    Tbl* t = newtbl((int)window.size());
+    if (!t)
+        return;
+    for (HXEVDetectionStachan* det : window)
+        settbl(t, -1, det);
+    freetbl(detections_tbl, nullptr);
+    detections_tbl = t;
+}
+
+int HXEventView::Impl::readWindow(const char* func, double tstart, double tend)
+{
+    QSqlQuery q(db());
+    q.setForwardOnly(true);
+    // Read rows by arid; the rows that are no longer in the window (or no
+    // longer anywhere) leave it.
+    std::unordered_map<long, HXEVDetectionStachan*> fresh;
+    std::set<long> gone;
+    auto readRows = [&](const QString& where, const QVariantList& values, const char* what) {
+        q.prepare(QString("SELECT ") + DETECTION_COLUMNS +
+                  "FROM detection d LEFT JOIN site s ON s.sta = d.sta WHERE " + where);
+        for (int i = 0; i < values.size(); i++)
+            q.bindValue(i, values[i]);
+        if (run(q, func, what) < 0)
+            return -1;
+        while (q.next()) {
+            auto* det = (HXEVDetectionStachan*)malloc(sizeof(HXEVDetectionStachan));
+            if (!det) {
+                hx_register_error(1, "%s: out of memory\n", func);
+                return -1;
+            }
+            readDetection(q, det);
+            HXEVDetectionStachan*& slot = fresh[det->arid];
+            free(slot);
+            slot = det;
+        }
+        if (q.lastError().isValid())
+            return hxevdb_query_error(func, what, q);
+        q.finish();
+        return 0;
+    };
+    bool whole = window_all || tstart > tend || window_start > window_end || tstart > window_end ||
+                 tend < window_start;
+    int status = 0;
+    if (whole) {
+        status = readRows("d.time >= ? AND d.time <= ?", {tstart, tend}, "detections");
+    } else {
+        // The parts of the window not read before, then the detections the
+        // log names.
+        if (tstart < window_start)
+            status = readRows("d.time >= ? AND d.time < ?", {tstart, window_start}, "detections");
+        if (status == 0 && tend > window_end)
+            status = readRows("d.time > ? AND d.time <= ?", {window_end, tend}, "detections");
+        for (auto chunk = changed_arids.begin(); status == 0 && chunk != changed_arids.end();) {
+            auto end = chunk;
+            for (int n = 0; end != changed_arids.end() && n < IN_LIST_MAX; n++)
+                ++end;
+            gone.insert(chunk, end);
+            status =
+                readRows("d.arid IN (" + numberList(chunk, end) + ")", {}, "changed detections");
+            chunk = end;
+        }
+    }
+    if (status < 0) {
+        for (auto& kv : fresh)
+            free(kv.second);
+        return -1;
+    }
+    // The rows read replace what was held; those outside the window go.
+    std::vector<HXEVDetectionStachan*> added;
+    for (auto& kv : fresh) {
+        gone.erase(kv.first);
+        if (kv.second->time >= tstart && kv.second->time <= tend)
+            added.push_back(kv.second);
+        else
+            free(kv.second);
+    }
+    // The window is in time order: what lies outside is at its ends.
+    auto first =
+        std::lower_bound(window.begin(), window.end(), tstart,
+                         [](const HXEVDetectionStachan* det, double t) { return det->time < t; });
+    auto last =
+        std::upper_bound(first, window.end(), tend,
+                         [](double t, const HXEVDetectionStachan* det) { return t < det->time; });
+    if (whole)
+        first = last = window.end();
+    bool changed = whole || !added.empty() || first != window.begin() || last != window.end();
+    std::vector<HXEVDetectionStachan*> kept;
+    kept.reserve(last - first);
+    for (auto it = window.begin(); it != window.end(); ++it) {
+        HXEVDetectionStachan* det = *it;
+        if (it < first || it >= last || (!fresh.empty() && fresh.count(det->arid)) ||
+            (!gone.empty() && gone.count(det->arid))) {
+            free(det);
+            changed = true;
+        } else {
+            kept.push_back(det);
+        }
+    }
+    if (!changed) {
+        window_start = tstart;
+        window_end = tend;
         return 0;
     }
-    d->rebuildEventsTable();
-    *events = d->events_tbl;
-    return 0;
+    std::sort(added.begin(), added.end(), detectionLess);
+    window.clear();
+    window.reserve(kept.size() + added.size());
+    std::merge(kept.begin(), kept.end(), added.begin(), added.end(), std::back_inserter(window),
+               detectionLess);
+    window_start = tstart;
+    window_end = tend;
+    return changed ? 1 : 0;
 }
 
 int HXEventView::refreshDetections(double tstart, double tend, Tbl** detections)
@@ -379,34 +579,19 @@ int HXEventView::refreshDetections(double tstart, double tend, Tbl** detections)
     *detections = d->detections_tbl;
     if (!d->open)
         return d->notOpen(func);
-    QSqlQuery q(d->db());
-    q.setForwardOnly(true);
-    q.prepare(QString("SELECT ") + DETECTION_COLUMNS +
-              "FROM detection d LEFT JOIN site s ON s.sta = d.sta "
-              "WHERE d.time >= ? AND d.time <= ? ORDER BY d.time");
-    q.bindValue(0, tstart);
-    q.bindValue(1, tend);
-    if (run(q, func, "detections") < 0)
+    QSqlDatabase database = d->db();
+    d->beginRead(database);
+    int status = d->followChangelog(func);
+    if (status == 0)
+        status = d->readWindow(func, tstart, tend);
+    database.commit();
+    if (status < 0)
         return -1;
-    Tbl* t = newtbl(256);
-    while (t && q.next()) {
-        auto* det = (HXEVDetectionStachan*)malloc(sizeof(HXEVDetectionStachan));
-        if (!det)
-            break;
-        readDetection(q, det);
-        settbl(t, -1, det);
-    }
-    if (!t) {
-        hx_register_error(1, "%s: out of memory\n", func);
-        return -1;
-    }
-    if (q.lastError().isValid()) {
-        freetbl(t, free);
-        return hxevdb_query_error(func, "detections", q);
-    }
-    freetbl(d->detections_tbl, free);
-    d->detections_tbl = t;
-    *detections = t;
+    d->window_all = false;
+    d->changed_arids.clear();
+    if (status > 0)
+        d->rebuildWindowTable();
+    *detections = d->detections_tbl;
     return 0;
 }
 
