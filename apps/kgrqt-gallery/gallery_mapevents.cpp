@@ -8,19 +8,20 @@
 // the week so that its end (the feed's time, 2018-02-07 01:49:14 UTC) is
 // now, the 2011 Tohoku earthquake to 10 minutes ago (the newest event, the
 // one selected: the week's last is 23 minutes old) and the 2004 Sumatra
-// earthquake to two days ago. (Selecting an event without detections would
-// leave "hxvector_extent: No points" in the error register.)
+// earthquake to two days ago.
 //
-// The selected event gets a handful of stations, detections and
-// associations. IU COLA is at the College observatory near Fairbanks,
-// Alaska (position rounded to 0.001 degree); the other stations are example
-// rows of network XX at rounded places on land, and the arrival times come
-// from a rough P travel-time curve: they illustrate, they are no data.
+// The selected event gets the stations of the Global Seismographic Network
+// (data/stations-gsn.txt, open epochs) within 50 degrees of it, with a
+// detection each: those within 30 degrees are defining, those to 40
+// associated, the farther ones detected only. The arrival times come from a
+// rough P travel-time curve with made-up residuals: they illustrate, they
+// are no data.
 #include "gallery_scenes.h"
 
 #include "hx_catalog.h"
 #include "hx_eventdb.h"
 #include "hx_eventdb_writer.h"
+#include "hx_stations.h"
 #include "kgrqt.h"
 #include "map_box.h"
 #include "map_make.h"
@@ -30,10 +31,13 @@
 #include <QTemporaryDir>
 #include <QVariant>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -42,25 +46,6 @@ const double kRadians = 0.017453292519943295;
 
 // The end of the USGS week: the time of the feed (its header line).
 const double kWeekEnd = 1517968154.0; // 2018-02-07T01:49:14Z
-
-struct ExampleStation {
-    const char* net;
-    const char* sta;
-    double lat, lon;
-    int defining; // 1 defining, 0 associated, -1 detected only
-    double residual;
-};
-
-const ExampleStation kStations[] = {
-    {"IU", "COLA", 64.874, -147.861, 1, 0.8}, // College, Alaska
-    {"XX", "EX01", 36.0, 138.0, 1, -0.4},     // central Honshu
-    {"XX", "EX02", 43.0, 141.5, 1, 0.3},      // Hokkaido
-    {"XX", "EX03", 24.0, 121.5, 1, 1.1},      // Taiwan
-    {"XX", "EX04", 53.0, 158.5, 0, -3.6},     // Kamchatka
-    {"XX", "EX05", 21.5, -158.0, 0, 4.2},     // Oahu
-    {"XX", "EX06", 13.5, 144.8, -1, 0},       // Guam
-    {"XX", "EX07", 37.5, 127.0, -1, 0},       // Korea
-};
 
 double greatCircleDegrees(double lat1, double lon1, double lat2, double lon2)
 {
@@ -108,26 +93,62 @@ long originId(HXEvdbWriter& writer, const char* publicid)
     return q.exec() && q.next() ? q.value(0).toLongLong() : -1;
 }
 
+// Stations of the selected origin: within these distances (degrees)
+// defining, associated, detected only.
+const double kDefiningWithin = 30.0;
+const double kAssociatedWithin = 40.0;
+const double kDetectedWithin = 50.0;
+
+struct SceneStation {
+    HXStation station;
+    double delta;
+};
+
+// The open GSN stations within kDetectedWithin of the origin, nearest
+// first.
+bool nearbyStations(double lat, double lon, std::vector<SceneStation>* out)
+{
+    std::vector<HXStation> all;
+    if (hxsta_read_file(KGRQT_DATA_DIR "/stations-gsn.txt", &all) < 0)
+        return false;
+    for (const HXStation& s : hxsta_latest(all)) {
+        const double delta = greatCircleDegrees(lat, lon, s.lat, s.lon);
+        if (s.end == std::numeric_limits<double>::infinity() && delta <= kDetectedWithin)
+            out->push_back({s, delta});
+    }
+    std::sort(out->begin(), out->end(),
+              [](const SceneStation& a, const SceneStation& b) { return a.delta < b.delta; });
+    return !out->empty();
+}
+
 // The stations, detections and associations of the selected origin.
 bool writeStations(HXEvdbWriter& writer, long orid, double time, double lat, double lon)
 {
-    if (writer.begin() < 0)
+    std::vector<SceneStation> stations;
+    if (!nearbyStations(lat, lon, &stations) || writer.begin() < 0)
         return false;
-    for (const ExampleStation& s : kStations) {
-        const double delta = greatCircleDegrees(lat, lon, s.lat, s.lon);
+    // Made-up residuals (s): small for defining arrivals, larger for the
+    // associated ones.
+    static const double residuals[] = {-0.4, 0.3, 1.1, -0.8, 0.6, -0.2, 0.9, -1.2};
+    const size_t nresiduals = sizeof residuals / sizeof residuals[0];
+    for (size_t i = 0; i < stations.size(); ++i) {
+        const HXStation& s = stations[i].station;
+        const double delta = stations[i].delta;
+        const int defining = delta <= kDefiningWithin ? 1 : delta <= kAssociatedWithin ? 0 : -1;
+        const double residual = residuals[i % nresiduals] * (defining == 1 ? 1.0 : 4.0);
         HXEVDetectionStachan d{};
-        snprintf(d.net, sizeof d.net, "%s", s.net);
-        snprintf(d.sta, sizeof d.sta, "%s", s.sta);
+        snprintf(d.net, sizeof d.net, "%s", s.net.c_str());
+        snprintf(d.sta, sizeof d.sta, "%s", s.sta.c_str());
         snprintf(d.chan, sizeof d.chan, "BHZ");
         snprintf(d.phase, sizeof d.phase, "P");
-        d.time = time + roughPTime(delta) + s.residual;
-        if (writer.site(s.sta, s.net, s.lat, s.lon, 0) < 0)
+        d.time = time + roughPTime(delta) + residual;
+        if (writer.upsertSite(s.sta.c_str(), s.net.c_str(), s.lat, s.lon, s.elev) < 0)
             return writer.rollback(), false;
         const long arid = writer.detection(nullptr, d);
         if (arid < 0)
             return writer.rollback(), false;
-        if (s.defining >= 0 &&
-            writer.assoc(arid, orid, s.sta, "P", delta, s.residual, s.defining) < 0)
+        if (defining >= 0 &&
+            writer.assoc(arid, orid, s.sta.c_str(), "P", delta, residual, defining) < 0)
             return writer.rollback(), false;
     }
     return writer.commit() == 0;
@@ -206,12 +227,6 @@ KGRViewport* mapeventsLive(int w, int h)
         delete vp;
         return nullptr;
     }
-    // The map layers were made after the layers of the events: these go
-    // back on top, under the pickers.
-    for (KGRLayer* layer : {me->mapevents.layer_events, me->mapevents.layer_event})
-        if (layer)
-            layer->raise();
-    me->raisePickers();
     auto* graticule = new KGRGrid(vp);
     graticule->configure("fill", "#80405080", "visible_xsmall", "0", "visible_ysmall", "0", kEnd);
     // A larger ball; the navigation map always; one check of the database
@@ -241,7 +256,7 @@ std::vector<GalleryScene> gallery_mapevents_scenes()
     return {
         {"mapevents-live",
          "The live map of events: the USGS week moved to end now, the Tohoku earthquake selected "
-         "as the newest with its beach ball, stations (IU COLA and example sites) and paths",
+         "as the newest with its beach ball, GSN stations within 50 degrees and their paths",
          720, 480, mapeventsLive, true},
     };
 }

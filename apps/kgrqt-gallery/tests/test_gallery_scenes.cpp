@@ -232,16 +232,17 @@ TEST(GalleryScenes, LiveMapOfEventsShowsTheSelectedEvent)
     const QPoint at = pixel(origin->lon, origin->lat);
     EXPECT_GT(around(at, 16, [&](QRgb p) { return near(p, fill); }), 60) << std::hex << fill;
     EXPECT_GT(around(at, 16, [&](QRgb p) { return near(p, nodes); }), 60) << std::hex << nodes;
-    // Stations: four defining, two associated, two detected only; the path
-    // to the one on Oahu red half way along the great circle.
+    // Stations: the 28 GSN stations of data/stations-gsn.txt within 50
+    // degrees; the path to IU ADK (Adak, Aleutian Islands) red half way
+    // along the great circle.
     ASSERT_NE(m.pps, nullptr);
-    EXPECT_EQ(m.pps->polypoint.npts, 8);
+    EXPECT_EQ(m.pps->polypoint.npts, 28);
     const double r = M_PI / 180;
     auto unit = [r](double lat, double lon) {
         return std::vector<double>{std::cos(lat * r) * std::cos(lon * r),
                                    std::cos(lat * r) * std::sin(lon * r), std::sin(lat * r)};
     };
-    const std::vector<double> a = unit(origin->lat, origin->lon), b = unit(21.5, -158);
+    const std::vector<double> a = unit(origin->lat, origin->lon), b = unit(51.882, -176.684);
     const double mx = a[0] + b[0], my = a[1] + b[1], mz = a[2] + b[2];
     const QPoint half = pixel(std::atan2(my, mx) / r, std::atan2(mz, std::hypot(mx, my)) / r);
     EXPECT_GT(around(half, 2,

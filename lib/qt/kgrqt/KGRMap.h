@@ -98,7 +98,10 @@ public:
     void setMaplayersStale();
     int extraMaplayer(KGRLayer* layer);
     int createPicker();
-    void raisePicker();
+    // Puts the picker back on top; called whenever the map makes or
+    // restacks its layers, so that a derived map can restack its own
+    // layers too.
+    virtual void raisePicker();
     void setLatrLonr(QMouseEvent* event);
     // Hooks around the map's own handling of a picker event; a return of 2
     // from mouseCallback skips that handling.

@@ -99,6 +99,18 @@ void mapevents_hide_unknown_detections(KGRPolypoint* pp, Tbl* detections)
     }
 }
 
+// The points of a vector into a polypoint. No points empty it: the vector
+// option would ask for the extent of an empty vector, an error.
+void mapevents_take_vector(KGRPolypoint* pp, const char* vec, int npts)
+{
+    if (!pp)
+        return;
+    if (npts > 0)
+        pp->configure("vector", vec, kEnd);
+    else
+        pp->configure("points_free", "", kEnd);
+}
+
 void mapevents_set_visible(QWidget* widget, bool visible)
 {
     if (widget)
@@ -136,7 +148,12 @@ void mapevents_add_assoc(std::map<std::string, KgrmapeventsOriginStation>& stati
         double del = 0, az = 0;
         dist(origin->lat * 0.017453292519943295, origin->lon * 0.017453292519943295,
              a->lat * 0.017453292519943295, a->lon * 0.017453292519943295, &del, &az);
-        s.distance = a->delta != HXEV_NULL ? a->delta : del * 57.29577951308232;
+        // The association's distance when it holds one (a null or
+        // negative one, such as -999, does not), else the distance of the
+        // positions.
+        const bool known =
+            a->delta != HXEV_NULL && std::isfinite(a->delta) && a->delta >= 0 && a->delta <= 180;
+        s.distance = known ? a->delta : del * 57.29577951308232;
     }
     s.defining = s.defining == 1 || a->defining == 1 ? 1 : 0;
 }
@@ -451,8 +468,7 @@ int KGRMapEvents::refreshEvents()
     }
     if (!m.ppe)
         makeEventItems();
-    else
-        m.ppe->configure("vector", m.vec, kEnd);
+    mapevents_take_vector(m.ppe, m.vec, static_cast<int>(x.size()));
     setEventsCoding();
     placeEventItems();
     return 0;
@@ -472,8 +488,8 @@ void KGRMapEvents::makeEventItems()
                                "#a0a0a0", "linewidth", "0",       nullptr};
     const char* const ppsn[] = {"symbol", "triangle", "outline",   "#60000000", "fill", "yellow",
                                 "size",   "4",        "linewidth", "0",         nullptr};
-    const char* const ppe[] = {"vector", m.vec,     "symbol",    "circle", "outline", "#60000000",
-                               "fill",   "#a0a0a0", "linewidth", "0",      nullptr};
+    const char* const ppe[] = {"symbol",  "circle",    "outline", "#60000000", "fill",
+                               "#a0a0a0", "linewidth", "0",       nullptr};
     m.ppp = mapevents_make_polypoint(vp, ppp);
     m.pppn = mapevents_make_polypoint(m.nav_vp, pppn);
     if (!m.ppd_event)
@@ -511,16 +527,15 @@ void KGRMapEvents::placeEventItems()
 void KGRMapEvents::refreshDetectionVector(const char* vec, KGRPolypoint** pp, Tbl* detections)
 {
     mapevents_add_detection_points(vec, detections);
-    if (*pp) {
-        (*pp)->configure("vector", vec, kEnd);
-    } else {
-        const char* const options[] = {"vector", vec,      "symbol",    "triangle", "size", "4",
-                                       "fill",   "yellow", "linewidth", "-1",       nullptr};
+    if (!*pp) {
+        const char* const options[] = {"symbol", "triangle",  "size", "4",    "fill",
+                                       "yellow", "linewidth", "-1",   nullptr};
         *pp = mapevents_make_polypoint(map.vp, options);
         watchItems();
         mapevents_put_on_layer(*pp, mapevents.layer_events);
         raisePickers();
     }
+    mapevents_take_vector(*pp, vec, maxtbl(detections));
     if (*pp)
         mapevents_hide_unknown_detections(*pp, detections);
 }
@@ -825,8 +840,7 @@ void KGRMapEvents::displayOriginStations(HXEVOrigin* origin)
     if (mapevents_create_vector(&m, vec, "s") == 0 &&
         hxvector_add_points(vec, static_cast<int>(x.size()), x.data(), y.data(), nullptr) >= 0) {
         for (KGRPolypoint* pp : {m.pps, m.ppsn})
-            if (pp)
-                pp->configure("vector", vec, kEnd);
+            mapevents_take_vector(pp, vec, static_cast<int>(x.size()));
         for (size_t i = 0; m.pps && i < stations.size(); ++i) {
             KgrpolypointCoding* coding =
                 stations[i].defining == 1   ? &m.event_stations_coding_defining
@@ -934,9 +948,7 @@ int KGRMapEvents::postmouseCallback(int kind, void*, QEvent*)
 int mapevents_paint_callback(int, void* clientdata, QEvent*)
 {
     auto* me = static_cast<KGRMapEvents*>(clientdata);
-    if (me) {
-        me->refreshNavVisibility();
-        me->refreshNav();
-    }
+    if (me)
+        me->followView();
     return 0;
 }

@@ -12,6 +12,7 @@
 #include "KGRTaskbar.h"
 #include "KGRViewport.h"
 
+#include <array>
 #include <map>
 #include <set>
 #include <string>
@@ -138,6 +139,16 @@ public:
     void refreshNav();
     void refreshNavVisibility();
     void raisePickers();
+    // The map makes or restacks its layers: the event layers go back over
+    // them, the pickers over everything.
+    void raisePicker() override;
+    // The event layers (events, then event), each over its items, just
+    // above the highest of the map's own layers; nothing moves when they
+    // lie above them already.
+    void raiseEventLayers();
+    // After the map draws: the navigation map's visibility and, when the
+    // view changed, its outline of the view.
+    void followView();
     void displayOriginStations(HXEVOrigin* origin);
     int mouseCallback(int kind, void* clientdata, QEvent* event) override;
     int postmouseCallback(int kind, void* clientdata, QEvent* event) override;
@@ -188,6 +199,8 @@ private:
     std::set<MapeventsTimer*> timers;
     std::set<void*> watched;
     QObject* resizeWatcher = nullptr;
+    // The view that the navigation map's outline was last drawn for.
+    std::array<double, 9> navView{};
 };
 
 // The viewport's paint callback of a map events item: the navigation map

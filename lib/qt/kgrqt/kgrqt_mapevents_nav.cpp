@@ -9,8 +9,11 @@
 #include <QMouseEvent>
 #include <QPainterPath>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -24,7 +27,10 @@ const int kNavInset = 10;
 // longitude than this.
 const double kNavAutoSpan = 90.0;
 
-// Keeps the navigation map in its corner when the map's viewport resizes.
+// Keeps the navigation map in its corner when the map's viewport resizes,
+// and has it follow every change of the view: the shown box is known only
+// once the viewport draws, so each paint runs the viewport's paint callback
+// (mapevents_paint_callback), which checks the navigation map after it.
 class MapeventsResizeWatcher : public QObject {
 public:
     explicit MapeventsResizeWatcher(KGRMapEvents* me) : QObject(nullptr), me(me) {}
@@ -32,10 +38,18 @@ public:
     {
         if (event->type() == QEvent::Resize)
             me->refreshNavVisibility();
+        else if (event->type() == QEvent::Paint && me->map.vp && me->mapevents.nav_vp &&
+                 !me->map.vp->viewport.paint_stale)
+            me->map.vp->setPaintStale();
         return false;
     }
     KGRMapEvents* me;
 };
+
+bool mapevents_is_set(double v)
+{
+    return v != KGR_UNSET && std::isfinite(v);
+}
 
 // A press on the navigation map centres the map on that point.
 int mapevents_nav_callback(int kind, void* clientdata, QEvent* event)
@@ -153,10 +167,16 @@ void KGRMapEvents::refreshNavVisibility()
         return;
     bool show = m.show_nav == KGRMAPEVENTS_NAV_ON;
     if (m.show_nav == KGRMAPEVENTS_NAV_AUTO) {
-        const KgrviewportItem& vp = map.vp->viewport;
-        // The longitudes of the box the map showed at its last paint.
+        KgrviewportItem& vp = map.vp->viewport;
+        // The longitudes of the box the map shows, from its transform as
+        // last drawn (a map layer's draw computes the same box, but the map
+        // may have no layer).
+        const bool known = vp.w > 0 && mapevents_is_set(vp.xleft) && mapevents_is_set(vp.xright) &&
+                           mapevents_is_set(vp.ybottom) && mapevents_is_set(vp.ytop);
+        if (known)
+            map.vp->computeMapBB();
         const double span = vp.bblonmax - vp.bblonmin;
-        show = vp.w > 0 && span > 0 && span < kNavAutoSpan;
+        show = known && span > 0 && span < kNavAutoSpan;
     }
     placeNav();
     if (show == navShown())
@@ -171,6 +191,29 @@ void KGRMapEvents::refreshNavVisibility()
             m.pppn->setVisible(selected);
         refreshNav();
     }
+}
+
+void KGRMapEvents::followView()
+{
+    if (!map.vp)
+        return;
+    refreshNavVisibility();
+    if (!navShown())
+        return;
+    const KgrviewportItem& v = map.vp->viewport;
+    const std::array<double, 9> view = {v.xleft,
+                                        v.xright,
+                                        v.ybottom,
+                                        v.ytop,
+                                        v.latr,
+                                        v.lonr,
+                                        static_cast<double>(v.w),
+                                        static_cast<double>(v.h),
+                                        static_cast<double>(v.wtran)};
+    if (view == navView)
+        return;
+    navView = view;
+    refreshNav();
 }
 
 // The outline of what the map shows, on the navigation map.
@@ -192,18 +235,81 @@ void KGRMapEvents::refreshNav()
     m.nav_vp->update();
 }
 
+void KGRMapEvents::raiseEventLayers()
+{
+    KgrmapeventsItem& m = mapevents;
+    if (!map.vp)
+        return;
+    // Ours, bottom to top: each layer over the items that paint into it.
+    std::vector<QWidget*> ours;
+    for (KGRLayer* layer : {m.layer_events, m.layer_event}) {
+        if (!layer || layer->parentWidget() != map.vp)
+            continue;
+        for (KGRPolypoint* pp : {m.ppe, m.ppd_events, m.ppd_event, m.ppp, m.pps, m.ppo})
+            if (pp && pp->polypoint.layer == layer && pp->parentWidget() == map.vp)
+                ours.push_back(pp);
+        ours.push_back(layer);
+    }
+    if (ours.empty())
+        return;
+    const QObjectList children = map.vp->children();
+    auto isOurs = [&ours](QObject* o) {
+        return std::find(ours.begin(), ours.end(), o) != ours.end();
+    };
+    // The highest of the map's own layers.
+    int top = -1;
+    auto consider = [&](KGRLayer* layer) {
+        if (layer && !isOurs(layer))
+            top = std::max(top, static_cast<int>(children.indexOf(layer)));
+    };
+    if (map.maplayer_definitions) {
+        Tbl* names = keysarr(map.maplayer_definitions);
+        for (int i = 0; i < maxtbl(names); ++i)
+            if (auto* params = static_cast<KGRMapLayerParams*>(
+                    getarr(map.maplayer_definitions, static_cast<const char*>(gettbl(names, i)))))
+                consider(params->kgr_layer);
+        freetbl(names, nullptr);
+    }
+    for (int i = 0; i < maxtbl(map.maplayers_extra); ++i)
+        consider(static_cast<KGRLayer*>(gettbl(map.maplayers_extra, i)));
+    int lowest = children.size();
+    for (QWidget* w : ours)
+        lowest = std::min(lowest, static_cast<int>(children.indexOf(w)));
+    if (top < 0 || lowest > top)
+        return;
+    // What lay just above the highest map layer (a taskbar, the pickers)
+    // stays above ours.
+    QWidget* above = nullptr;
+    for (int i = top + 1; i < children.size() && !above; ++i)
+        if (children[i]->isWidgetType() && !isOurs(children[i]))
+            above = static_cast<QWidget*>(children[i]);
+    for (QWidget* w : ours) {
+        if (above)
+            w->stackUnder(above);
+        else
+            w->raise();
+    }
+}
+
+void KGRMapEvents::raisePicker()
+{
+    raisePickers();
+}
+
 // Layers made after a picker lie over it and would take its input: the
-// event layers go over their items, the pickers over everything.
+// event layers go over the map's layers and their items, the pickers over
+// everything.
 void KGRMapEvents::raisePickers()
 {
     KgrmapeventsItem& m = mapevents;
+    raiseEventLayers();
     if (m.nav_vp && navShown())
         m.nav_vp->raise();
     if (m.layer_nav)
         m.layer_nav->raise();
     if (m.pickern)
         m.pickern->raise();
-    raisePicker();
+    KGRMap::raisePicker();
     if (m.nav_vp && navShown())
         m.nav_vp->raise();
 }
