@@ -711,6 +711,22 @@ void KGRMapEvents::setEventsBackground(int level)
     m.events_background = level;
 }
 
+// Repaints the map after the selected event was shown or hidden, with the
+// event's stations and paths on the navigation map when it is shown.
+static void mapevents_show_selection_change(KGRMapEvents* me, bool shown)
+{
+    KgrmapeventsItem& m = me->mapevents;
+    me->update();
+    if (me->map.vp)
+        me->map.vp->update();
+    if (me->navShown()) {
+        mapevents_set_visible(m.ppsn, shown);
+        mapevents_set_visible(m.pppn, shown);
+        mapevents_set_stale(m.layer_nav);
+        m.nav_vp->update();
+    }
+}
+
 void KGRMapEvents::showEvent(int ipt, int background, int nocenter)
 {
     KgrmapeventsItem& m = mapevents;
@@ -743,15 +759,7 @@ void KGRMapEvents::showEvent(int ipt, int background, int nocenter)
     mapevents_set_stale(m.layer_event);
     mapevents_set_stale(m.layer_events);
     m.events_ipt = ipt;
-    update();
-    if (map.vp)
-        map.vp->update();
-    if (navShown()) {
-        mapevents_set_visible(m.ppsn, true);
-        mapevents_set_visible(m.pppn, true);
-        mapevents_set_stale(m.layer_nav);
-        m.nav_vp->update();
-    }
+    mapevents_show_selection_change(this, true);
 }
 
 void KGRMapEvents::centerOn(double lon, double lat)
@@ -796,15 +804,7 @@ void KGRMapEvents::hideEvent()
     m.events_ipt = -1;
     m.event = nullptr;
     m.display_mode = KGRMAPEVENTS_DISPLAY_NONE;
-    update();
-    if (map.vp)
-        map.vp->update();
-    if (navShown()) {
-        mapevents_set_visible(m.ppsn, false);
-        mapevents_set_visible(m.pppn, false);
-        mapevents_set_stale(m.layer_nav);
-        m.nav_vp->update();
-    }
+    mapevents_show_selection_change(this, false);
 }
 
 void KGRMapEvents::displayOriginStations(HXEVOrigin* origin)
