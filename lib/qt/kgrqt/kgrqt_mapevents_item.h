@@ -51,4 +51,12 @@ void mapevents_free_vector(char* name);
 // registering the exception) when it cannot be made.
 KGRPolypoint* mapevents_make_polypoint(KGRViewport* vp, const char* const* options);
 
+// Whether a station or detection has a position.
+bool mapevents_known_position(double lat, double lon);
+// The points of a vector into a polypoint; no points empty it.
+void mapevents_take_vector(KGRPolypoint* pp, const char* vec, int npts);
+// Null-tolerant visibility and staleness of the items a map events may lack.
+void mapevents_set_visible(QWidget* widget, bool visible);
+void mapevents_set_stale(KGRLayer* layer);
+
 #endif
