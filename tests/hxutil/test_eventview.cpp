@@ -16,15 +16,10 @@ protected:
     void SetUp() override
     {
         hx_clear_register(0);
-        std::string name;
-        if (std::string(GetParam()) == "postgresql") {
-            name = testPostgresUri();
-            if (name.empty())
-                GTEST_SKIP() << "KGRQT_PG_URI is not set";
-        } else {
-            ASSERT_TRUE(dir.isValid());
-            name = "sqlite:" + dir.filePath("events.db").toStdString();
-        }
+        ASSERT_TRUE(dir.isValid());
+        const std::string name = testDatabaseName(GetParam(), dir, "events.db");
+        if (name.empty())
+            GTEST_SKIP() << "KGRQT_PG_URI is not set";
         db.reset(new TestDb(name));
         ASSERT_TRUE(db->ok()) << takeRegister();
     }

@@ -30,12 +30,9 @@ TEST_P(EventViewSoak, WriterAndPollingReaderAgree)
 {
     hx_clear_register(0);
     QTemporaryDir dir;
-    std::string name = "sqlite:" + dir.filePath("soak.db").toStdString();
-    if (std::string(GetParam()) == "postgresql") {
-        name = testPostgresUri();
-        if (name.empty())
-            GTEST_SKIP() << "KGRQT_PG_URI is not set";
-    }
+    const std::string name = testDatabaseName(GetParam(), dir, "soak.db");
+    if (name.empty())
+        GTEST_SKIP() << "KGRQT_PG_URI is not set";
     const char* env = getenv("KGRQT_SOAK_SECONDS");
     const double seconds = env ? atof(env) : 3.0;
     {

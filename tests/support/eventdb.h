@@ -24,6 +24,17 @@ inline std::string testPostgresUri()
     return uri ? uri : "";
 }
 
+// The database a test of a backend ("sqlite" or "postgresql") runs on: a
+// SQLite file of that name in dir, or the PostgreSQL test database ("" when
+// none is configured: the test skips).
+inline std::string testDatabaseName(const std::string& backend, const QTemporaryDir& dir,
+                                    const char* file)
+{
+    if (backend == "postgresql")
+        return testPostgresUri();
+    return "sqlite:" + dir.filePath(file).toStdString();
+}
+
 // A writer connection on a database with the current schema.
 class TestDb {
 public:
