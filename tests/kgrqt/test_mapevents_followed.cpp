@@ -153,7 +153,9 @@ protected:
 TEST_P(MapEventsFollowTest, NewEventsAndDetectionsShowWhileThePollRuns)
 {
     const int interval = 100; // ms
-    const int limit = 2 * interval;
+    // One interval, and slack for a machine slowed by sanitizers or load:
+    // the time taken is printed, the timer's own tests check its period.
+    const int limit = 10 * interval;
     db->addEvent("ev/a", now - 600, 20, 50);
     open("0.1");
     ASSERT_NE(me->mapevents.timer, nullptr);
