@@ -188,8 +188,12 @@ KGRMapEvents::~KGRMapEvents()
         delete record;
     timers.clear();
     m.timer = nullptr;
-    if (map.vp && map.vp->viewport.paint_callback_clientdata == this)
-        map.vp->registerPaintCallback(nullptr, nullptr);
+    // A viewport that deletes its children, this map among them, is a plain
+    // QWidget by then and its record is gone: only a live viewport still has
+    // a paint callback to drop.
+    auto* vp = dynamic_cast<KGRViewport*>(parentWidget());
+    if (vp && vp == map.vp && vp->viewport.paint_callback_clientdata == this)
+        vp->registerPaintCallback(nullptr, nullptr);
     for (KGRPolypoint** pp : {&m.ppe, &m.ppd_events, &m.ppd_event, &m.pps, &m.ppo, &m.ppp})
         delete *pp;
     delete m.events_taskbar;
