@@ -1,10 +1,10 @@
 // KGRMapEvents: option defaults, the update timer, the update cycle on a
 // SQLite event database, selection with the mouse, and a map that follows
 // a database while it is written, deleted and replaced.
-#include "eventdb.h"
 #include "hx_eventview.h"
 #include "kgrqt.h"
 #include "kgrqt_mapevents_item.h"
+#include "mapevents_world.h"
 #include "register.h"
 #include "render.h"
 
@@ -42,86 +42,21 @@ public:
     int failAfter = -1;
 };
 
-// A map of the world, two pixels a degree (720 x 360, no margins), with no
-// map layers, over a SQLite event database in a temporary directory.
-struct MapEventsTest : ::testing::Test {
-    QTemporaryDir dir;
-    std::unique_ptr<TestDb> db;
-    std::unique_ptr<KGRViewport> vp;
-    CountingMapEvents* me = nullptr;
-    std::string dbname;
-    double now = 0;
-
+// The world map over a SQLite event database in a temporary directory.
+class MapEventsTest : public MapEventsWorld<::testing::Test, CountingMapEvents> {
+protected:
     void SetUp() override
     {
         hx_clear_register(0);
         ASSERT_TRUE(dir.isValid());
-        dbname = dir.filePath("events.db").toStdString();
-        db.reset(new TestDb(dbname));
-        ASSERT_TRUE(db->ok()) << takeRegister();
-        vp = std::make_unique<KGRViewport>(nullptr);
-        vp->resize(720, 360);
-        ASSERT_NE(vp->configure("wtran", "geog", "xleft", "-180", "xright", "180", "ybottom", "-90",
-                                "ytop", "90", "fill", "white", "fill_frame", "white", kEnd),
-                  -1);
-        me = new CountingMapEvents(vp.get());
-        // Plain red event symbols, a green selected origin, no map layers.
-        ASSERT_EQ(me->configure("maplayers", "maplayers &Tbl{\n}\n", "events_coding",
-                                "cl=constant,fi=#ff0000,ot=#ff0000", "event_coding",
-                                "cl=constant,fi=#00ff00,ot=#00ff00", kEnd),
-                  0)
-            << takeRegister();
-        now = std_now();
+        makeWorld(dir.filePath("events.db").toStdString());
     }
-    void TearDown() override
-    {
-        vp.reset();
-        db.reset();
-        hx_clear_register(0);
-    }
-    // The database opened with the timer off, then one update cycle run.
-    void open(const char* interval = "0")
-    {
-        ASSERT_EQ(me->configure("update_interval", interval, kEnd), 0) << takeRegister();
-        ASSERT_EQ(me->setDatabase(const_cast<char*>(dbname.c_str())), 0) << takeRegister();
-    }
-    QImage render()
-    {
-        vp->layout->activate();
-        return renderWidget(*vp);
-    }
-    static QPoint pixelOf(double lon, double lat)
-    {
-        return QPoint(static_cast<int>((lon + 180) * 2), static_cast<int>((90 - lat) * 2));
-    }
-    int npts(KGRPolypoint* pp) { return pp ? pp->polypoint.npts : -1; }
     void send(QEvent::Type type, QPoint at, Qt::KeyboardModifiers mods = Qt::NoModifier)
     {
         Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
         Qt::MouseButtons buttons = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
         QMouseEvent event(type, at, vp->mapToGlobal(at), button, buttons, mods);
         QApplication::sendEvent(me->map.picker, &event);
-    }
-    // Waits up to ms for cond.
-    template <class Cond> bool waitFor(Cond cond, int ms)
-    {
-        for (int t = 0; t < ms; t += 10) {
-            if (cond())
-                return true;
-            QTest::qWait(10);
-        }
-        return cond();
-    }
-    void addDetection(const char* sta, double lat, double lon, double time)
-    {
-        db->w().site(sta, "XX", lat, lon, 0);
-        HXEVDetectionStachan d{};
-        snprintf(d.net, sizeof d.net, "XX");
-        snprintf(d.sta, sizeof d.sta, "%s", sta);
-        snprintf(d.chan, sizeof d.chan, "HHZ");
-        snprintf(d.phase, sizeof d.phase, "P");
-        d.time = time;
-        db->w().detection(nullptr, d);
     }
 };
 

@@ -1,11 +1,11 @@
 // KGRMapEvents following a database while it is written: on SQLite and,
 // when KGRQT_PG_URI names a server, PostgreSQL, with the update timer
 // running; and a long run of update cycles in which nothing may grow.
-#include "eventdb.h"
 #include "hx_eventview.h"
 #include "hx_vector.h"
 #include "kgrqt.h"
 #include "kgrqt_mapevents_item.h"
+#include "mapevents_world.h"
 #include "register.h"
 #include "render.h"
 
@@ -38,92 +38,26 @@ long residentKilobytes()
     return -1;
 }
 
-// A map of the world, two pixels a degree (720 x 360, no margins), with no
-// map layers, over an event database of the backend named by the
-// parameter: a scratch SQLite file, or the (emptied) PostgreSQL database
-// of KGRQT_PG_URI.
-class MapEventsFollowTest : public ::testing::TestWithParam<const char*> {
-protected:
-    QTemporaryDir dir;
-    std::unique_ptr<TestDb> db;
-    std::unique_ptr<KGRViewport> vp;
-    KGRMapEvents* me = nullptr;
-    std::string dbname;
-    double now = 0;
+// A map events item without a navigation map.
+class PlainMapEvents : public KGRMapEvents {
+public:
+    explicit PlainMapEvents(KGRViewport* vp) : KGRMapEvents(vp, 0) {}
+};
 
+// The world map over an event database of the backend named by the
+// parameter: a scratch SQLite file, or the (emptied) PostgreSQL database of
+// KGRQT_PG_URI.
+class MapEventsFollowTest
+    : public MapEventsWorld<::testing::TestWithParam<const char*>, PlainMapEvents> {
+protected:
     void SetUp() override
     {
         hx_clear_register(0);
-        if (std::string(GetParam()) == "postgresql") {
-            dbname = testPostgresUri();
-            if (dbname.empty())
-                GTEST_SKIP() << "KGRQT_PG_URI is not set";
-        } else {
-            ASSERT_TRUE(dir.isValid());
-            dbname = dir.filePath("events.db").toStdString();
-        }
-        db.reset(new TestDb(dbname)); // a PostgreSQL database is emptied
-        ASSERT_TRUE(db->ok()) << takeRegister();
-        vp = std::make_unique<KGRViewport>(nullptr);
-        vp->resize(720, 360);
-        ASSERT_NE(vp->configure("wtran", "geog", "xleft", "-180", "xright", "180", "ybottom", "-90",
-                                "ytop", "90", "fill", "white", "fill_frame", "white", kEnd),
-                  -1);
-        me = new KGRMapEvents(vp.get(), 0);
-        // Plain red event symbols, a green selected origin, no map layers.
-        ASSERT_EQ(me->configure("maplayers", "maplayers &Tbl{\n}\n", "events_coding",
-                                "cl=constant,fi=#ff0000,ot=#ff0000", "event_coding",
-                                "cl=constant,fi=#00ff00,ot=#00ff00", kEnd),
-                  0)
-            << takeRegister();
-        now = std_now();
-    }
-    void TearDown() override
-    {
-        vp.reset();
-        db.reset();
-        hx_clear_register(0);
-    }
-    void open(const char* interval)
-    {
-        ASSERT_EQ(me->configure("update_interval", interval, kEnd), 0) << takeRegister();
-        ASSERT_EQ(me->setDatabase(const_cast<char*>(dbname.c_str())), 0) << takeRegister();
-    }
-    QImage render()
-    {
-        vp->layout->activate();
-        return renderWidget(*vp);
-    }
-    static QPoint pixelOf(double lon, double lat)
-    {
-        return QPoint(static_cast<int>((lon + 180) * 2), static_cast<int>((90 - lat) * 2));
-    }
-    static int npts(KGRPolypoint* pp) { return pp ? pp->polypoint.npts : -1; }
-    // Drives the event loop until cond holds or ms pass; the time taken
-    // through *took.
-    template <class Cond> bool waitFor(Cond cond, int ms, qint64* took = nullptr)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        bool held = cond();
-        while (!held && clock.elapsed() < ms) {
-            QTest::qWait(5);
-            held = cond();
-        }
-        if (took)
-            *took = clock.elapsed();
-        return held;
-    }
-    void addDetection(const char* sta, double lat, double lon, double time)
-    {
-        db->w().site(sta, "XX", lat, lon, 0);
-        HXEVDetectionStachan d{};
-        snprintf(d.net, sizeof d.net, "XX");
-        snprintf(d.sta, sizeof d.sta, "%s", sta);
-        snprintf(d.chan, sizeof d.chan, "HHZ");
-        snprintf(d.phase, sizeof d.phase, "P");
-        d.time = time;
-        db->w().detection(nullptr, d);
+        ASSERT_TRUE(dir.isValid());
+        const std::string name = testDatabaseName(GetParam(), dir, "events.db");
+        if (name.empty())
+            GTEST_SKIP() << "KGRQT_PG_URI is not set";
+        makeWorld(name);
     }
     // The number of this item's named vectors that exist.
     int vectorsRegistered() const
