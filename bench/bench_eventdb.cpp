@@ -7,6 +7,7 @@
 // The SQLite database is built once into bench-eventdb.db in the working
 // directory and reused (brought to the current schema first); what the
 // benchmarks add to it they delete again.
+#include "bench_eventdb_data.h"
 #include "hx_catalog.h"
 #include "hx_error.h"
 #include "hx_eventdb.h"
@@ -26,85 +27,13 @@
 
 namespace {
 
-const int EVENTS = 100000;
-const int DETECTIONS_PER_EVENT = 10;
-const double T0 = 1700000000;
-const double SPAN = 100 * 86400.0;
+using benchdb::EVENTS;
+using benchdb::SPAN;
+using benchdb::T0;
 
 std::string sqliteName()
 {
     return "sqlite:bench-eventdb.db";
-}
-
-// Fills an empty database; returns false on failure.
-bool populate(const std::string& name)
-{
-    QString conn;
-    if (hxevdb_open(name.c_str(), HXEVDB_CREATE | HXEVDB_WRITER, 5000, &conn) < 0)
-        return false;
-    bool ok = true;
-    {
-        QSqlDatabase db = QSqlDatabase::database(conn);
-        if (hxevdb_kind(db) == HXEVDB_POSTGRESQL) {
-            QSqlQuery q(db);
-            q.exec("DROP SCHEMA public CASCADE");
-            q.exec("CREATE SCHEMA public");
-        }
-        ok = hxevdb_migrate(db) >= 0;
-        HXEvdbWriter w(conn);
-        ok = ok && w.begin() == 0;
-        char sta[16];
-        for (int s = 0; ok && s < 500; s++) {
-            snprintf(sta, sizeof sta, "S%03d", s);
-            ok = w.site(sta, "BN", -60 + (s % 25) * 5.0, -180 + (s / 25) * 18.0, 0) >= 0;
-        }
-        for (int i = 0; ok && i < EVENTS; i++) {
-            double t = T0 + SPAN * i / EVENTS;
-            long evid = w.event(nullptr, "bench", "bench");
-            HXEVOrigin o{};
-            o.evid = evid;
-            o.time = t;
-            o.lat = -60 + (i * 37 % 120);
-            o.lon = -180 + (i * 53 % 360);
-            o.depth = i % 600;
-            o.ml = 1 + (i % 60) / 10.0;
-            o.mb = o.ms = o.mw = -999;
-            long orid = w.origin(nullptr, o);
-            ok = evid > 0 && orid > 0 && w.setPreferred(evid, orid) == 0;
-            for (int k = 0; ok && k < DETECTIONS_PER_EVENT; k++) {
-                HXEVDetectionStachan d{};
-                snprintf(d.sta, sizeof d.sta, "S%03d", (i * 7 + k * 13) % 500);
-                d.time = t + 5 + 10 * k;
-                ok = w.detection(nullptr, d) > 0;
-            }
-            if (ok && i % 10000 == 9999)
-                ok = w.commit() == 0 && w.begin() == 0;
-        }
-        ok = ok && w.pruneChangelog(1000) == 0 && w.commit() == 0;
-    }
-    hxevdb_close(conn);
-    if (!ok)
-        hx_clear_register(1);
-    return ok;
-}
-
-// Brings a database built by an older version forward.
-bool migrate(const std::string& name)
-{
-    QString conn;
-    if (hxevdb_open(name.c_str(), HXEVDB_WRITER, 5000, &conn) < 0) {
-        hx_clear_register(1);
-        return false;
-    }
-    bool ok;
-    {
-        QSqlDatabase db = QSqlDatabase::database(conn);
-        ok = hxevdb_migrate(db) >= 0;
-    }
-    hxevdb_close(conn);
-    if (!ok)
-        hx_clear_register(1);
-    return ok;
 }
 
 std::string pgName()
@@ -122,7 +51,9 @@ const std::string* database(int backend)
         tried[backend] = true;
         std::string name = backend == 0 ? sqliteName() : pgName();
         bool present = backend == 0 && QFile::exists("bench-eventdb.db");
-        if (!name.empty() && (present ? migrate(name) : populate(name)))
+        if (!name.empty() &&
+            (present ? benchdb::migrate(name)
+                     : benchdb::populate(name, EVENTS, [](HXEvdbWriter&, int) { return true; })))
             names[backend] = name;
     }
     return names[backend].empty() ? nullptr : &names[backend];
@@ -158,34 +89,10 @@ void BM_RefreshEventsEverything(benchmark::State& state)
     state.counters["events"] = maxtbl(events);
 }
 
-// A writer on the benchmark database, for the benchmarks that add rows; it
-// deletes what it added when it goes.
-class BenchWriter {
+// A writer on the benchmark database, for the benchmarks that add rows.
+class BenchWriter : public benchdb::Writer {
 public:
-    explicit BenchWriter(const std::string& name)
-    {
-        if (hxevdb_open(name.c_str(), HXEVDB_WRITER, 5000, &conn_) < 0) {
-            hx_clear_register(1);
-            return;
-        }
-        w_.reset(new HXEvdbWriter(conn_));
-    }
-    ~BenchWriter()
-    {
-        if (!w_)
-            return;
-        {
-            QSqlQuery q(w_->db());
-            q.exec("DELETE FROM origin WHERE auth = 'bench-new'");
-            q.exec("DELETE FROM event WHERE auth = 'bench-new'");
-            q.exec("DELETE FROM detection WHERE state = 'bench-new'");
-            w_->pruneChangelog(1000);
-            q.finish();
-        }
-        w_.reset();
-        hxevdb_close(conn_);
-    }
-    bool ok() const { return w_ != nullptr; }
+    explicit BenchWriter(const std::string& name) : benchdb::Writer(name) {}
 
     // One event with its preferred origin at time t, in one transaction.
     bool addEvent(double t)
@@ -220,10 +127,6 @@ public:
             hx_clear_register(1);
         return ok;
     }
-
-private:
-    QString conn_;
-    std::unique_ptr<HXEvdbWriter> w_;
 };
 
 // Refreshes after one new event: the view had read every event before.

@@ -13,6 +13,7 @@
 //
 // The database is built once into bench-mapevents.db in the working
 // directory and reused; the events the benchmarks add are deleted again.
+#include "bench_eventdb_data.h"
 #include "hx_error.h"
 #include "hx_eventdb.h"
 #include "hx_eventdb_writer.h"
@@ -39,25 +40,16 @@ namespace {
 
 const char* const kEnd = nullptr;
 const int kWidth = 1920, kHeight = 1080;
-const int EVENTS = 100000; // the event with 200 stations among them
-const int DETECTIONS_PER_EVENT = 10;
-const int SITES = 500;
+using benchdb::EVENTS; // the event with 200 stations among them
+using benchdb::siteLat;
+using benchdb::siteLon;
+using benchdb::SITES;
+using benchdb::SPAN;
+using benchdb::T0;
 const int SHOWN_STATIONS = 200, SHOWN_DEFINING = 150;
-const double T0 = 1700000000;
-const double SPAN = 100 * 86400.0;
 const double SHOWN_LAT = 10, SHOWN_LON = 20;
 const char* const kFile = "bench-mapevents.db";
 const char* const kName = "sqlite:bench-mapevents.db";
-
-double siteLat(int s)
-{
-    return -60 + (s % 25) * 5.0;
-}
-
-double siteLon(int s)
-{
-    return -180 + (s / 25) * 18.0;
-}
 
 // Great-circle distance in degrees.
 double distanceDeg(double lat1, double lon1, double lat2, double lon2)
@@ -106,97 +98,15 @@ bool addShownEvent(HXEvdbWriter& w)
 // the middle; false on failure.
 bool populate()
 {
-    QString conn;
-    if (hxevdb_open(kName, HXEVDB_CREATE | HXEVDB_WRITER, 5000, &conn) < 0)
-        return false;
-    bool ok = true;
-    {
-        QSqlDatabase db = QSqlDatabase::database(conn);
-        ok = hxevdb_migrate(db) >= 0;
-        HXEvdbWriter w(conn);
-        ok = ok && w.begin() == 0;
-        char sta[16];
-        for (int s = 0; ok && s < SITES; s++) {
-            snprintf(sta, sizeof sta, "S%03d", s);
-            ok = w.site(sta, "BN", siteLat(s), siteLon(s), 0) >= 0;
-        }
-        for (int i = 0; ok && i < EVENTS - 1; i++) {
-            double t = T0 + SPAN * i / EVENTS;
-            long evid = w.event(nullptr, "bench", "bench");
-            HXEVOrigin o{};
-            o.evid = evid;
-            o.time = t;
-            o.lat = -60 + (i * 37 % 120);
-            o.lon = -180 + (i * 53 % 360);
-            o.depth = i % 600;
-            o.ml = 1 + (i % 60) / 10.0;
-            o.mb = o.ms = o.mw = -999;
-            long orid = w.origin(nullptr, o);
-            ok = evid > 0 && orid > 0 && w.setPreferred(evid, orid) == 0;
-            for (int k = 0; ok && k < DETECTIONS_PER_EVENT; k++) {
-                HXEVDetectionStachan d{};
-                snprintf(d.sta, sizeof d.sta, "S%03d", (i * 7 + k * 13) % SITES);
-                d.time = t + 5 + 10 * k;
-                ok = w.detection(nullptr, d) > 0;
-            }
-            if (ok && i == EVENTS / 2)
-                ok = addShownEvent(w);
-            if (ok && i % 10000 == 9999)
-                ok = w.commit() == 0 && w.begin() == 0;
-        }
-        ok = ok && w.pruneChangelog(1000) == 0 && w.commit() == 0;
-    }
-    hxevdb_close(conn);
-    if (!ok)
-        hx_clear_register(1);
-    return ok;
+    return benchdb::populate(kName, EVENTS - 1, [](HXEvdbWriter& w, int i) {
+        return i != EVENTS / 2 || addShownEvent(w);
+    });
 }
 
-// Brings a database built by an older version forward.
-bool migrate()
-{
-    QString conn;
-    if (hxevdb_open(kName, HXEVDB_WRITER, 5000, &conn) < 0) {
-        hx_clear_register(1);
-        return false;
-    }
-    bool ok;
-    {
-        QSqlDatabase db = QSqlDatabase::database(conn);
-        ok = hxevdb_migrate(db) >= 0;
-    }
-    hxevdb_close(conn);
-    if (!ok)
-        hx_clear_register(1);
-    return ok;
-}
-
-// A writer on the database; deletes the events it added when it goes.
-class BenchWriter {
+// A writer on the database; the events it adds go when it does.
+class BenchWriter : public benchdb::Writer {
 public:
-    BenchWriter()
-    {
-        if (hxevdb_open(kName, HXEVDB_WRITER, 5000, &conn_) < 0) {
-            hx_clear_register(1);
-            return;
-        }
-        w_.reset(new HXEvdbWriter(conn_));
-    }
-    ~BenchWriter()
-    {
-        if (!w_)
-            return;
-        {
-            QSqlQuery q(w_->db());
-            q.exec("DELETE FROM origin WHERE auth = 'bench-new'");
-            q.exec("DELETE FROM event WHERE auth = 'bench-new'");
-            w_->pruneChangelog(1000);
-            q.finish();
-        }
-        w_.reset();
-        hxevdb_close(conn_);
-    }
-    bool ok() const { return w_ != nullptr; }
+    BenchWriter() : benchdb::Writer(kName) {}
 
     // One event with its preferred origin after every other, in one
     // transaction.
@@ -220,8 +130,6 @@ public:
     }
 
 private:
-    QString conn_;
-    std::unique_ptr<HXEvdbWriter> w_;
     int added_ = 0;
 };
 
@@ -231,7 +139,7 @@ struct Map {
     Map() : image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied)
     {
         const bool present = QFile::exists(kFile);
-        if (present ? !migrate() : !populate())
+        if (present ? !benchdb::migrate(kName) : !populate())
             return;
         vp.resize(kWidth, kHeight);
         if (vp.configure("wtran", "geog", "xleft", "-180", "xright", "180", "ybottom", "-90",
