@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QGridLayout>
 #include <QMouseEvent>
+#include <QSqlQuery>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -249,6 +250,28 @@ TEST_F(MapEventsTest, DetectionChangesShowTheSelectedEventAgain)
     const QImage image = render();
     const QPoint at = pixelOf(22, 12);
     EXPECT_EQ(image.pixel(at), kRed) << std::hex << image.pixel(at); // fi=red: other
+}
+
+// A change of the schema makes the view report 3 for every table and close
+// until it is reset: the cycle must reopen it before reading, or the
+// refresh would fail on the closed view and the new event stay unseen.
+TEST_F(MapEventsTest, SchemaChangeResetsTheViewBeforeItIsRead)
+{
+    db->addEvent("ev/1", now - 600, 10, 20);
+    open();
+    ASSERT_EQ(npts(me->mapevents.ppe), 1);
+    db->addEvent("ev/2", now - 300, -10, -60);
+    {
+        QSqlQuery q(db->w().db());
+        ASSERT_TRUE(q.exec("CREATE TABLE local_notes (note TEXT)"));
+    }
+    EXPECT_EQ(me->animatorCallback(), 0) << takeRegister();
+    hx_clear_register(0);
+    ASSERT_EQ(npts(me->mapevents.ppe), 2);
+    EXPECT_EQ(me->mapevents.events_ipt, 1);
+    // The newest event is shown selected, the other dimmed but drawn.
+    EXPECT_EQ(render().pixel(pixelOf(-60, -10)), kGreen);
+    EXPECT_EQ(me->animatorCallback(), 0) << takeRegister();
 }
 
 // Disabled: after a replaced file is reset, HXEventView::refreshEvents
